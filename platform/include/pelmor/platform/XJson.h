@@ -1,0 +1,93 @@
+#pragma once
+
+#include <boost/json/value.hpp>
+#include <string>
+
+#include "Export.h"
+#include "XString.h"
+
+// The JSON value of the core library.
+//
+// Objects keep their members in the order they were added; request documents depend on it.
+// Nothing here throws: reads never test presence (an absent key, null or a value of another kind gives
+// "", 0, false or 0.0, apart from a few lossless conversions), text that is not JSON parses to an empty
+// value, and a failed allocation leaves the value as it was.
+class PELMOR_PLATFORM_API XJson {
+public:
+    XJson() noexcept = default;
+    // Parses text; anything that is not JSON gives an empty value.
+    explicit XJson(const std::string& text) noexcept;
+    explicit XJson(const boost::json::value& value) noexcept;
+    explicit XJson(boost::json::value&& value) noexcept;
+    XJson(const XJson& other) noexcept;
+    XJson(XJson&& other) noexcept;
+    XJson& operator=(const XJson& other) noexcept;
+    XJson& operator=(XJson&& other) noexcept;
+    ~XJson();
+
+    // Replaces the value with the parsed text; false (and an empty value) when the text is not JSON.
+    bool Parse(const std::string& text) noexcept;
+
+    // Building. Each adds one member to an object (a value that is not yet an object becomes one);
+    // a key added twice keeps its first place and takes the new value. Narrow text is UTF-8; invalid
+    // bytes are replaced so that what is rendered is always valid JSON.
+    void Add(const std::string& key, const std::string& value) noexcept;
+    void Add(const std::string& key, const char* value) noexcept;
+    void Add(const std::string& key, int value) noexcept;
+    void Add(const std::string& key, long long value) noexcept;
+    void Add(const std::string& key, unsigned long long value) noexcept;
+    void Add(const std::string& key, double value) noexcept;
+    void Add(const std::string& key, bool value) noexcept;
+    void Add(const std::string& key, const XJson& value) noexcept;
+    void Append(const std::string& key, const XJson& value) noexcept;
+    void Append(const std::string& key, const XString& value) noexcept;
+    // Adds one element to an array (a value that is not yet an array becomes one).
+    void Append(const XJson& element) noexcept;
+
+    // Reading a member by key. On a value that is not an object every read gives the empty result.
+    std::string ToString(const std::string& key) const noexcept;
+    XString ToXString(const std::string& key) const noexcept;
+    int ToInt(const std::string& key) const noexcept;
+    long long ToInt64(const std::string& key) const noexcept;
+    bool ToBool(const std::string& key) const noexcept;
+    double ToDouble(const std::string& key) const noexcept;
+    XJson ToObject(const std::string& key) const noexcept;
+
+    // The same conversions applied to this value itself (for array elements).
+    std::string AsString() const noexcept;
+    XString AsXString() const noexcept;
+    int AsInt() const noexcept;
+    long long AsInt64() const noexcept;
+    bool AsBool() const noexcept;
+    double AsDouble() const noexcept;
+
+    // A member by key or an element by position; empty when absent or past the end.
+    XJson operator[](const std::string& key) const noexcept;
+    XJson operator[](unsigned index) const noexcept;
+    // Number of elements of an array, 0 for anything else.
+    unsigned GetArraySize() const noexcept;
+
+    // True for null, {} and [].
+    bool IsEmpty() const noexcept;
+    bool IsObject() const noexcept { return value_.is_object(); }
+    bool IsArray() const noexcept { return value_.is_array(); }
+    bool IsString() const noexcept { return value_.is_string(); }
+    bool IsNull() const noexcept { return value_.is_null(); }
+    bool Contains(const std::string& key) const noexcept;
+
+    // Compact UTF-8 JSON text, members in insertion order. An empty value renders as "{}" so that an
+    // operation without parameters sends "params": {}.
+    std::string ToJson() const noexcept;
+
+    const boost::json::value& Value() const noexcept { return value_; }
+
+    friend bool operator==(const XJson& a, const XJson& b) noexcept { return a.value_ == b.value_; }
+    friend bool operator!=(const XJson& a, const XJson& b) noexcept { return !(a == b); }
+
+private:
+    const boost::json::value* Member(const std::string& key) const noexcept;
+    boost::json::object* MakeObject() noexcept;
+    void Put(const std::string& key, boost::json::value&& value) noexcept;
+
+    boost::json::value value_;
+};

@@ -1,0 +1,121 @@
+#include "pelmor/platform/XString.h"
+
+#include <cwctype>
+
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+bool IsScalarValue(char32_t cp) { return cp <= 0x10FFFF && (cp < 0xD800 || cp > 0xDFFF); }
+
+// Decodes one UTF-8 sequence at text[i]; advances i past it. Malformed input yields U+FFFD and consumes
+// the longest prefix that could have started a valid sequence, so one bad byte never eats good ones.
+char32_t DecodeOne(const unsigned char* text, size_t length, size_t& i) noexcept {
+    const unsigned char lead = text[i++];
+    if (lead < 0x80) return lead;
+    int extra;
+    char32_t cp;
+    char32_t min;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        extra = 1, cp = lead & 0x1F, min = 0x80;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        extra = 2, cp = lead & 0x0F, min = 0x800;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        extra = 3, cp = lead & 0x07, min = 0x10000;
+    } else {
+        return kReplacement;
+    }
+    for (int k = 0; k < extra; ++k) {
+        if (i >= length || (text[i] & 0xC0) != 0x80) return kReplacement;
+        cp = (cp << 6) | (text[i++] & 0x3F);
+    }
+    if (cp < min || !IsScalarValue(cp)) return kReplacement;
+    return cp;
+}
+
+}  // namespace
+
+void AppendUtf8(std::string& out, char32_t cp) {
+    if (!IsScalarValue(cp)) cp = kReplacement;
+    if (cp < 0x80) {
+        out.push_back(static_cast<char>(cp));
+    } else if (cp < 0x800) {
+        out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
+        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    } else if (cp < 0x10000) {
+        out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
+        out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    } else {
+        out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
+        out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    }
+}
+
+bool IsValidUtf8(const char* text, size_t length) noexcept {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
+    size_t i = 0;
+    while (i < length) {
+        // Plain ASCII runs are by far the common case.
+        if (bytes[i] < 0x80) {
+            ++i;
+            continue;
+        }
+        const size_t start = i;
+        if (DecodeOne(bytes, length, i) == kReplacement) {
+            // U+FFFD itself written correctly is valid; anything else that decodes to it was malformed.
+            if (!(i - start == 3 && bytes[start] == 0xEF && bytes[start + 1] == 0xBF && bytes[start + 2] == 0xBD))
+                return false;
+        }
+    }
+    return true;
+}
+
+std::string SanitizeUtf8(const std::string& text) {
+    if (IsValidUtf8(text.data(), text.size())) return text;
+    std::string out;
+    out.reserve(text.size() + 8);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    size_t i = 0;
+    while (i < text.size()) AppendUtf8(out, DecodeOne(bytes, text.size(), i));
+    return out;
+}
+
+XString XString::FromUtf8(const char* text, size_t length) {
+    XString out;
+    if (!text) return out;
+    out.reserve(length);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
+    size_t i = 0;
+    while (i < length) out.push_back(static_cast<wchar_t>(DecodeOne(bytes, length, i)));
+    return out;
+}
+
+XString XString::FromUtf8(const char* text) {
+    if (!text) return XString();
+    return FromUtf8(text, std::char_traits<char>::length(text));
+}
+
+std::string XString::ToUtf8() const {
+    std::string out;
+    out.reserve(size());
+    for (wchar_t ch : *this) AppendUtf8(out, static_cast<char32_t>(ch));
+    return out;
+}
+
+int XString::compare(const wchar_t* other, CaseSensitivity sensitivity) const {
+    if (!other) other = L"";
+    if (sensitivity == CaseSensitive) return std::wstring::compare(other);
+    const wchar_t* a = c_str();
+    const size_t n = size();
+    size_t i = 0;
+    for (; i < n && other[i] != L'\0'; ++i) {
+        const auto x = static_cast<wint_t>(std::towlower(static_cast<wint_t>(a[i])));
+        const auto y = static_cast<wint_t>(std::towlower(static_cast<wint_t>(other[i])));
+        if (x != y) return x < y ? -1 : 1;
+    }
+    if (i < n) return 1;
+    return other[i] == L'\0' ? 0 : -1;
+}

@@ -1,0 +1,81 @@
+#include <pelmor/HalvexReply.h>
+#include <pelmor/platform/PlatformString.h>
+
+namespace {
+
+struct LocalFailure {
+    const wchar_t* name;
+    const wchar_t* message;
+};
+
+// Names and user-facing messages of the library's own codes 1 to 5.
+constexpr LocalFailure kLocalFailures[] = {
+    {L"HALVEX_REPLY_INVALID_ARG", L"无效的参数"},
+    {L"HALVEX_REPLY_ENCRYPT_ERROR", L"数据加密失败"},
+    {L"HALVEX_REPLY_CONNECT_ERROR", L"服务器正在维护"},
+    {L"HALVEX_REPLY_DECRYPT_ERROR", L"数据解密失败"},
+    {L"HALVEX_REPLY_HTTP_ERROR", L"服务器连接失败，可能服务正在维护或网络异常，请稍后再试！"},
+};
+
+// Shown when the error name is empty. It writes "稍候" where the code-5 text writes "稍后": both are kept.
+constexpr const wchar_t kFallbackMessage[] = L"未知错误，请稍候重试";
+
+QString Wide(const wchar_t* text) { return Platform::String::WQ(XString(text)); }
+
+}  // namespace
+
+HalvexReply::HalvexReply() { Update(HALVEX_REPLY_INVALID_ARG); }
+
+HalvexReply::HalvexReply(XJson& reply) { Update(reply); }
+
+// A text that does not parse leaves the fields as constructed: code 1, no texts, time stamp 0.
+HalvexReply::HalvexReply(std::string text) {
+    XJson parsed;
+    if (parsed.Parse(text)) Update(parsed);
+}
+
+HalvexReply::~HalvexReply() = default;
+
+void HalvexReply::Release() { delete this; }
+
+bool HalvexReply::IsSuccess() const { return code_ == HALVEX_REPLY_SUCCESS; }
+
+QString HalvexReply::Token() const { return token_; }
+
+int HalvexReply::Code() const { return code_; }
+
+QString HalvexReply::Error() const { return error_; }
+
+QString HalvexReply::Message() const {
+    try {
+        return error_.isEmpty() ? Wide(kFallbackMessage) : message_;
+    } catch (...) {
+        return QString();
+    }
+}
+
+long long HalvexReply::Timestamp() const { return timestamp_; }
+
+void HalvexReply::Update(int code) {
+    code_ = code;
+    if (code >= HALVEX_REPLY_INVALID_ARG && code <= HALVEX_REPLY_HTTP_ERROR) {
+        const LocalFailure& failure = kLocalFailures[code - HALVEX_REPLY_INVALID_ARG];
+        try {
+            error_ = Wide(failure.name);
+            message_ = Wide(failure.message);
+        } catch (...) {
+            // Out of memory: the code alone still tells the failure.
+        }
+    }
+}
+
+void HalvexReply::Update(XJson& reply) {
+    token_ = Platform::String::WQ(reply.ToXString("token"));
+    code_ = reply.ToInt("code");
+    error_ = Platform::String::WQ(reply.ToXString("error"));
+    message_ = Platform::String::WQ(reply.ToXString("msg"));
+    timestamp_ = reply.ToInt64("timestamp");
+    data_ = reply["data"];
+}
+
+XJson& HalvexReply::Data() { return data_; }
