@@ -20,7 +20,7 @@ enum HalvexReplyCode : int {
 // library's own failure codes with a fixed name and message. Every member is virtual, so a host may call
 // any of them on a reply it was handed without linking against the library.
 class HalvexReply : public ISocketReply {
-public:
+  public:
     // A reply not yet answered reads as HALVEX_REPLY_INVALID_ARG: unanswered and bad arguments look alike.
     HalvexReply();
     explicit HalvexReply(XJson& reply);
@@ -43,7 +43,7 @@ public:
     virtual void Update(XJson& reply);
     virtual XJson& Data();
 
-private:
+  private:
     int code_ = HALVEX_REPLY_INVALID_ARG;
     QString token_;
     QString error_;

@@ -5,7 +5,7 @@
 // The outcome of one exchange with the service, as the host sees it. The host owns every reply an
 // operation returns and frees it with Release().
 class ISocketReply {
-public:
+  public:
     virtual void Release() = 0;
     // True when the service answered with code 0.
     virtual bool IsSuccess() const = 0;
@@ -16,6 +16,6 @@ public:
     virtual QString Message() const = 0;
     virtual long long Timestamp() const = 0;
 
-protected:
+  protected:
     virtual ~ISocketReply() = default;
 };

@@ -1,6 +1,5 @@
 #include "pelmor/platform/PlatformString.h"
 
-
 namespace Platform {
 namespace String {
 

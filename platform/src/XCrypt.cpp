@@ -12,7 +12,8 @@ struct CipherContextDeleter {
 };
 using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, CipherContextDeleter>;
 
-QByteArray RunCipher(bool encrypt, const unsigned char* key, const unsigned char* iv, const QByteArray& input) {
+QByteArray RunCipher(bool encrypt, const unsigned char* key, const unsigned char* iv,
+                     const QByteArray& input) {
     if (!key || !iv) return QByteArray();
     if (!encrypt && (input.isEmpty() || input.size() % 16 != 0)) return QByteArray();
     CipherContext context(EVP_CIPHER_CTX_new());
@@ -30,8 +31,8 @@ QByteArray RunCipher(bool encrypt, const unsigned char* key, const unsigned char
     if (output.size() != input.size() + 16) return QByteArray();
     auto* out = reinterpret_cast<unsigned char*>(output.data());
     int written = 0;
-    if (EVP_CipherUpdate(context.get(), out, &written, reinterpret_cast<const unsigned char*>(input.constData()),
-                         input.size()) != 1)
+    if (EVP_CipherUpdate(context.get(), out, &written,
+                         reinterpret_cast<const unsigned char*>(input.constData()), input.size()) != 1)
         return QByteArray();
     int final = 0;
     if (EVP_CipherFinal_ex(context.get(), out + written, &final) != 1) return QByteArray();
@@ -44,8 +45,10 @@ constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwx
 struct DecodeTable {
     signed char values[256];
     constexpr DecodeTable() : values() {
-        for (int i = 0; i < 256; ++i) values[i] = -1;
-        for (int i = 0; i < 64; ++i) values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<signed char>(i);
+        for (int i = 0; i < 256; ++i)
+            values[i] = -1;
+        for (int i = 0; i < 64; ++i)
+            values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<signed char>(i);
     }
 };
 constexpr DecodeTable kDecode;
@@ -106,10 +109,13 @@ QByteArray Encode(const char* data, std::size_t length) {
     return text;
 }
 
-QByteArray Encode(const QByteArray& data) { return Encode(data.constData(), static_cast<std::size_t>(data.size())); }
+QByteArray Encode(const QByteArray& data) {
+    return Encode(data.constData(), static_cast<std::size_t>(data.size()));
+}
 
 QByteArray Decode(const char* text, std::size_t length) {
-    if (!text || length == 0 || length % 4 != 0 || length > static_cast<std::size_t>(INT_MAX)) return QByteArray();
+    if (!text || length == 0 || length % 4 != 0 || length > static_cast<std::size_t>(INT_MAX))
+        return QByteArray();
     const auto* in = reinterpret_cast<const unsigned char*>(text);
     std::size_t padding = 0;
     if (in[length - 1] == '=') padding = in[length - 2] == '=' ? 2 : 1;
@@ -144,7 +150,9 @@ QByteArray Decode(const char* text, std::size_t length) {
     return bytes;
 }
 
-QByteArray Decode(const QByteArray& text) { return Decode(text.constData(), static_cast<std::size_t>(text.size())); }
+QByteArray Decode(const QByteArray& text) {
+    return Decode(text.constData(), static_cast<std::size_t>(text.size()));
+}
 
 }  // namespace BASE64
 }  // namespace XCrypt

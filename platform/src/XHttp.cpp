@@ -23,7 +23,8 @@ struct Response {
 size_t CollectBody(char* data, size_t size, size_t count, void* user) {
     auto* response = static_cast<Response*>(user);
     const size_t length = size * count;
-    if (static_cast<long long>(response->body.size()) + static_cast<long long>(length) > XHttp::kMaxResponseBytes) {
+    if (static_cast<long long>(response->body.size()) + static_cast<long long>(length) >
+        XHttp::kMaxResponseBytes) {
         response->overflow = true;
         return 0;  // a short count makes libcurl abort the transfer
     }

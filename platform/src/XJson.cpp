@@ -134,7 +134,9 @@ std::string ValueToString(const json::value* v) {
     }
 }
 
-json::string_view View(const std::string& s) { return json::string_view(s.data(), s.size()); }
+json::string_view View(const std::string& s) {
+    return json::string_view(s.data(), s.size());
+}
 
 bool NeedsSanitizing(const json::value& v) {
     switch (v.kind()) {
@@ -160,7 +162,8 @@ json::value Sanitized(const json::value& v) {
         case json::kind::array: {
             json::array out;
             out.reserve(v.get_array().size());
-            for (const auto& e : v.get_array()) out.push_back(Sanitized(e));
+            for (const auto& e : v.get_array())
+                out.push_back(Sanitized(e));
             return out;
         }
         case json::kind::object: {
@@ -264,15 +267,21 @@ void XJson::Add(const std::string& key, const char* value) noexcept {
     }
 }
 
-void XJson::Add(const std::string& key, int value) noexcept { Put(key, json::value(static_cast<std::int64_t>(value))); }
+void XJson::Add(const std::string& key, int value) noexcept {
+    Put(key, json::value(static_cast<std::int64_t>(value)));
+}
 void XJson::Add(const std::string& key, long long value) noexcept {
     Put(key, json::value(static_cast<std::int64_t>(value)));
 }
 void XJson::Add(const std::string& key, unsigned long long value) noexcept {
     Put(key, json::value(static_cast<std::uint64_t>(value)));
 }
-void XJson::Add(const std::string& key, double value) noexcept { Put(key, json::value(value)); }
-void XJson::Add(const std::string& key, bool value) noexcept { Put(key, json::value(value)); }
+void XJson::Add(const std::string& key, double value) noexcept {
+    Put(key, json::value(value));
+}
+void XJson::Add(const std::string& key, bool value) noexcept {
+    Put(key, json::value(value));
+}
 
 void XJson::Add(const std::string& key, const XJson& value) noexcept {
     try {
@@ -282,7 +291,9 @@ void XJson::Add(const std::string& key, const XJson& value) noexcept {
     }
 }
 
-void XJson::Append(const std::string& key, const XJson& value) noexcept { Add(key, value); }
+void XJson::Append(const std::string& key, const XJson& value) noexcept {
+    Add(key, value);
+}
 
 void XJson::Append(const std::string& key, const XString& value) noexcept {
     try {
@@ -327,11 +338,19 @@ int XJson::ToInt(const std::string& key) const noexcept {
     return static_cast<int>(n);
 }
 
-long long XJson::ToInt64(const std::string& key) const noexcept { return ValueToInt64(Member(key)); }
-bool XJson::ToBool(const std::string& key) const noexcept { return ValueToBool(Member(key)); }
-double XJson::ToDouble(const std::string& key) const noexcept { return ValueToDouble(Member(key)); }
+long long XJson::ToInt64(const std::string& key) const noexcept {
+    return ValueToInt64(Member(key));
+}
+bool XJson::ToBool(const std::string& key) const noexcept {
+    return ValueToBool(Member(key));
+}
+double XJson::ToDouble(const std::string& key) const noexcept {
+    return ValueToDouble(Member(key));
+}
 
-XJson XJson::ToObject(const std::string& key) const noexcept { return (*this)[key]; }
+XJson XJson::ToObject(const std::string& key) const noexcept {
+    return (*this)[key];
+}
 
 std::string XJson::AsString() const noexcept {
     try {
@@ -356,9 +375,15 @@ int XJson::AsInt() const noexcept {
     return static_cast<int>(n);
 }
 
-long long XJson::AsInt64() const noexcept { return ValueToInt64(&value_); }
-bool XJson::AsBool() const noexcept { return ValueToBool(&value_); }
-double XJson::AsDouble() const noexcept { return ValueToDouble(&value_); }
+long long XJson::AsInt64() const noexcept {
+    return ValueToInt64(&value_);
+}
+bool XJson::AsBool() const noexcept {
+    return ValueToBool(&value_);
+}
+double XJson::AsDouble() const noexcept {
+    return ValueToDouble(&value_);
+}
 
 XJson XJson::operator[](const std::string& key) const noexcept {
     const json::value* member = Member(key);
@@ -381,7 +406,9 @@ bool XJson::IsEmpty() const noexcept {
     return false;
 }
 
-bool XJson::Contains(const std::string& key) const noexcept { return Member(key) != nullptr; }
+bool XJson::Contains(const std::string& key) const noexcept {
+    return Member(key) != nullptr;
+}
 
 std::string XJson::ToJson() const noexcept {
     try {

@@ -6,7 +6,9 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-bool IsScalarValue(char32_t cp) { return cp <= 0x10FFFF && (cp < 0xD800 || cp > 0xDFFF); }
+bool IsScalarValue(char32_t cp) {
+    return cp <= 0x10FFFF && (cp < 0xD800 || cp > 0xDFFF);
+}
 
 // Decodes one UTF-8 sequence at text[i]; advances i past it. Malformed input yields U+FFFD and consumes
 // the longest prefix that could have started a valid sequence, so one bad byte never eats good ones.
@@ -66,7 +68,8 @@ bool IsValidUtf8(const char* text, size_t length) noexcept {
         const size_t start = i;
         if (DecodeOne(bytes, length, i) == kReplacement) {
             // U+FFFD itself written correctly is valid; anything else that decodes to it was malformed.
-            if (!(i - start == 3 && bytes[start] == 0xEF && bytes[start + 1] == 0xBF && bytes[start + 2] == 0xBD))
+            if (!(i - start == 3 && bytes[start] == 0xEF && bytes[start + 1] == 0xBF &&
+                  bytes[start + 2] == 0xBD))
                 return false;
         }
     }
@@ -79,7 +82,8 @@ std::string SanitizeUtf8(const std::string& text) {
     out.reserve(text.size() + 8);
     const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
     size_t i = 0;
-    while (i < text.size()) AppendUtf8(out, DecodeOne(bytes, text.size(), i));
+    while (i < text.size())
+        AppendUtf8(out, DecodeOne(bytes, text.size(), i));
     return out;
 }
 
@@ -89,7 +93,8 @@ XString XString::FromUtf8(const char* text, size_t length) {
     out.reserve(length);
     const auto* bytes = reinterpret_cast<const unsigned char*>(text);
     size_t i = 0;
-    while (i < length) out.push_back(static_cast<wchar_t>(DecodeOne(bytes, length, i)));
+    while (i < length)
+        out.push_back(static_cast<wchar_t>(DecodeOne(bytes, length, i)));
     return out;
 }
 
@@ -101,7 +106,8 @@ XString XString::FromUtf8(const char* text) {
 std::string XString::ToUtf8() const {
     std::string out;
     out.reserve(size());
-    for (wchar_t ch : *this) AppendUtf8(out, static_cast<char32_t>(ch));
+    for (wchar_t ch : *this)
+        AppendUtf8(out, static_cast<char32_t>(ch));
     return out;
 }
 

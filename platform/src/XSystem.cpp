@@ -15,6 +15,8 @@ XString NativeString() {
 namespace XApple {
 
 // No platform we build for ships the program; hosts on one that does supply their own core library.
-XString ITunesVersionString() { return XString(); }
+XString ITunesVersionString() {
+    return XString();
+}
 
 }  // namespace XApple

@@ -30,9 +30,13 @@ bool _07E1B4A0_9C19_4E0D_9C9E_DB8DE5EA4D5F(ENUM_PELMOR_SOCKET_EDITION edition, c
     return _StaticInterfaceSocket != nullptr;
 }
 
-ENUM_PELMOR_SOCKET_EDITION _C85033D6_B71F_41CC_B878_9489F17BD26C() { return _StaticSocketEdition; }
+ENUM_PELMOR_SOCKET_EDITION _C85033D6_B71F_41CC_B878_9489F17BD26C() {
+    return _StaticSocketEdition;
+}
 
-PelmorSocketInterface* _402FB360_0FB0_4ECD_B608_D2D254A998B7() { return _StaticInterfaceSocket; }
+PelmorSocketInterface* _402FB360_0FB0_4ECD_B608_D2D254A998B7() {
+    return _StaticInterfaceSocket;
+}
 
 void _3038522B_2CCC_469F_A114_481207ED3475() {
     if (_StaticInterfaceSocket) {

@@ -1,7 +1,7 @@
 #include "PelmorSocketHelper.h"
 
-#include "ServiceHosts.h"
 #include "LibraryHooks.h"
+#include "ServiceHosts.h"
 
 // Process-wide settings. Constructed when the library is loaded, in this order, and never locked: the
 // host must not change them while another thread builds a request.
@@ -31,17 +31,24 @@ const XString kFallbackAddress(L"http://" PELMOR_SERVICE_HOST L"/");
 
 }  // namespace
 
-void PelmorSocketHelper::Initialize(ENUM_PELMOR_SOCKET_EDITION edition, const XString& source, const XString& version) {
+void PelmorSocketHelper::Initialize(ENUM_PELMOR_SOCKET_EDITION edition, const XString& source,
+                                    const XString& version) {
     _StaticSocketEdition = edition;
     _StaticSocketSource = source;
     _StaticSocketVersion = version;
 }
 
-void PelmorSocketHelper::SetToken(const XString& token) { _StaticSocketToken = token; }
+void PelmorSocketHelper::SetToken(const XString& token) {
+    _StaticSocketToken = token;
+}
 
-XString PelmorSocketHelper::GetToken() { return _StaticSocketToken; }
+XString PelmorSocketHelper::GetToken() {
+    return _StaticSocketToken;
+}
 
-void PelmorSocketHelper::SetSource(const XString& source) { _StaticSocketSource = source; }
+void PelmorSocketHelper::SetSource(const XString& source) {
+    _StaticSocketSource = source;
+}
 
 PelmorSocketHelper::~PelmorSocketHelper() = default;
 
@@ -83,98 +90,209 @@ XJson PelmorSocketHelper::BuildJson(const XJson& params) {
 
 // Service operations the object's edition does not offer: nothing happens and the caller gets null.
 
-bool PelmorSocketHelper::CensusOperation(const XString&, const XString&, bool) { return false; }
+bool PelmorSocketHelper::CensusOperation(const XString&, const XString&, bool) {
+    return false;
+}
 
-ISocketReply* PelmorSocketHelper::PhoneQueryVerify(const wchar_t*, std::function<void(const wchar_t*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::PhoneQueryVerify(const wchar_t*, std::function<void(const wchar_t*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::PhoneLogin(const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*, std::function<void(const wchar_t*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::PhoneLogin(const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*,
+                                             std::function<void(const wchar_t*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::WecharReplyQRCode(std::function<void(const wchar_t*, QByteArray)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::WecharReplyQRCode(std::function<void(const wchar_t*, QByteArray)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::WecharQueryToken(const wchar_t*, std::function<void(ISocketInfoWechar*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::WecharQueryToken(const wchar_t*, std::function<void(ISocketInfoWechar*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::WecharBindPhone(const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*, std::function<void(const wchar_t*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::WecharBindPhone(const wchar_t*, const wchar_t*, const wchar_t*,
+                                                  const wchar_t*, const wchar_t*, const wchar_t*,
+                                                  std::function<void(const wchar_t*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::WecharLogin(const wchar_t*, const wchar_t*, std::function<void(const wchar_t*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::WecharLogin(const wchar_t*, const wchar_t*,
+                                              std::function<void(const wchar_t*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::TokenLogin(const wchar_t*, const wchar_t*, std::function<void(const wchar_t*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::TokenLogin(const wchar_t*, const wchar_t*,
+                                             std::function<void(const wchar_t*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::TokenHeartbeat(const wchar_t*, std::function<void(bool)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::TokenHeartbeat(const wchar_t*, std::function<void(bool)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::TokenUpdateSpread(const wchar_t*) { return nullptr; }
+ISocketReply* PelmorSocketHelper::TokenUpdateSpread(const wchar_t*) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::TokenQueryUser(std::function<void(ISocketInfoUser*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::TokenQueryUser(std::function<void(ISocketInfoUser*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::TokenQueryPower(std::function<void(ISocketQueryPower*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::TokenQueryPower(std::function<void(ISocketQueryPower*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::TokenQueryNotifyList(std::function<void(long long, long long)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::TokenQueryNotifyList(std::function<void(long long, long long)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::TokenQueryNotify(long long, std::function<void(ISocketInfoNotify*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::TokenQueryNotify(long long, std::function<void(ISocketInfoNotify*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::TokenModifyPhone(const wchar_t*, const wchar_t*, const wchar_t*) { return nullptr; }
+ISocketReply* PelmorSocketHelper::TokenModifyPhone(const wchar_t*, const wchar_t*, const wchar_t*) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::PaymentPicture(ISocketDevice*, bool, std::function<void(QString, QByteArray)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::PaymentPicture(ISocketDevice*, bool,
+                                                 std::function<void(QString, QByteArray)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::PaymentResult(QString, std::function<void(bool)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::PaymentResult(QString, std::function<void(bool)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::ProfessionalCheck(ISocketDevice*, std::function<void(bool, double)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::ProfessionalCheck(ISocketDevice*, std::function<void(bool, double)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::ProfessionalVerify(ISocketDevice*, QByteArray, std::function<void(ISocketInfoProverify*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::ProfessionalVerify(ISocketDevice*, QByteArray,
+                                                     std::function<void(ISocketInfoProverify*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::UploadIdlock(ISocketDevice*, int) { return nullptr; }
+ISocketReply* PelmorSocketHelper::UploadIdlock(ISocketDevice*, int) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::UploadIcloud(ISocketDevice*, int) { return nullptr; }
+ISocketReply* PelmorSocketHelper::UploadIcloud(ISocketDevice*, int) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::DeviceBackup(ISocketDevice*, std::function<void(ISocketInfoBackup*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::DeviceBackup(ISocketDevice*, std::function<void(ISocketInfoBackup*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::VerifyAirPods(QString, QString, std::function<void(ISocketInfoAirPods*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::VerifyAirPods(QString, QString, std::function<void(ISocketInfoAirPods*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::VerifyDevice(ISocketDevice*, const QByteArray&, std::function<void(ISocketInfoVerify*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::VerifyDevice(ISocketDevice*, const QByteArray&,
+                                               std::function<void(ISocketInfoVerify*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::VerifyImage(ISocketDevice*, int, const char*, std::function<void(ISocketInfoImage*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::VerifyImage(ISocketDevice*, int, const char*,
+                                              std::function<void(ISocketInfoImage*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::DeviceIpsw(ISocketDevice*, std::function<void(ISocketInfoIpsw*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::DeviceIpsw(ISocketDevice*, std::function<void(ISocketInfoIpsw*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::Feedback(ISocketFeedback*, std::function<void(QString)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::Feedback(ISocketFeedback*, std::function<void(QString)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::DeviceKey(std::function<void(ISocketInfoKey*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::DeviceKey(std::function<void(ISocketInfoKey*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::VerifyFeedback(ISocketDevice*, const XString&) { return nullptr; }
+ISocketReply* PelmorSocketHelper::VerifyFeedback(ISocketDevice*, const XString&) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::VerifyFeedbackReply(ISocketDevice*, std::function<void(const XSocketInfoVerifyFeedbackReply&)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::VerifyFeedbackReply(
+    ISocketDevice*, std::function<void(const XSocketInfoVerifyFeedbackReply&)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::RequestVerifyCode(const char*) { return nullptr; }
+ISocketReply* PelmorSocketHelper::RequestVerifyCode(const char*) {
+    return nullptr;
+}
 
-bool PelmorSocketHelper::WarrantyVerify(ISocketDevice*, std::function<void(const char*, const char*)>) { return false; }
+bool PelmorSocketHelper::WarrantyVerify(ISocketDevice*, std::function<void(const char*, const char*)>) {
+    return false;
+}
 
-bool PelmorSocketHelper::WarrantySelect(ISocketDevice*, const char*, const char*, std::function<void(const char*)>) { return false; }
+bool PelmorSocketHelper::WarrantySelect(ISocketDevice*, const char*, const char*,
+                                        std::function<void(const char*)>) {
+    return false;
+}
 
-ISocketReply* PelmorSocketHelper::TokenCreate(const char*, const char*, std::function<void(const wchar_t*, unsigned long long)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::TokenCreate(const char*, const char*,
+                                              std::function<void(const wchar_t*, unsigned long long)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::TokenRefresh(std::function<void(const wchar_t*, unsigned long long)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::TokenRefresh(std::function<void(const wchar_t*, unsigned long long)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::Heartbeat(std::function<void(ISocketInfoHeartbeat*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::Heartbeat(std::function<void(ISocketInfoHeartbeat*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::UserImage(const char*, std::function<void(ISocketInfoAccount*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::UserImage(const char*, std::function<void(ISocketInfoAccount*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::ChangePassword(const char*, const char*) { return nullptr; }
+ISocketReply* PelmorSocketHelper::ChangePassword(const char*, const char*) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::QueryBasic(ISocketDevice*, std::function<void(ISocketQueryBasic*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::QueryBasic(ISocketDevice*, std::function<void(ISocketQueryBasic*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::QueryColor(ISocketDevice*, std::function<void(const ISocketInfoColor*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::QueryColor(ISocketDevice*, std::function<void(const ISocketInfoColor*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::QueryScreen(ISocketDevice*, std::function<void(const ISocketInfoScreen*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::QueryScreen(ISocketDevice*, std::function<void(const ISocketInfoScreen*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::QueryDetails(std::function<void(ISocketQueryDetails*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::QueryDetails(std::function<void(ISocketQueryDetails*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::QueryIdlock(ISocketDevice*, std::function<void(ISocketQueryIdlock*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::QueryIdlock(ISocketDevice*, std::function<void(ISocketQueryIdlock*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::QueryWarranty(ISocketDevice*, std::function<void(const ISocketQueryWarranty*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::QueryWarranty(ISocketDevice*,
+                                                std::function<void(const ISocketQueryWarranty*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::QueryRefurbish(ISocketDevice*, std::function<void(ISocketQueryRefurbish*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::QueryRefurbish(ISocketDevice*,
+                                                 std::function<void(ISocketQueryRefurbish*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::QuerySimlock(ISocketDevice*, std::function<void(ISocketQuerySimlock*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::QuerySimlock(ISocketDevice*, std::function<void(ISocketQuerySimlock*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::QueryInvoice(const char*, std::function<void(ISocketQueryInvoice*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::QueryInvoice(const char*, std::function<void(ISocketQueryInvoice*)>) {
+    return nullptr;
+}
 
-ISocketReply* PelmorSocketHelper::QueryPower(const char*, const char*, std::function<void(ISocketQueryPower*)>) { return nullptr; }
+ISocketReply* PelmorSocketHelper::QueryPower(const char*, const char*,
+                                             std::function<void(ISocketQueryPower*)>) {
+    return nullptr;
+}

@@ -20,13 +20,19 @@ constexpr LocalFailure kLocalFailures[] = {
 // Shown when the error name is empty. It writes "稍候" where the code-5 text writes "稍后": both are kept.
 constexpr const wchar_t kFallbackMessage[] = L"未知错误，请稍候重试";
 
-QString Wide(const wchar_t* text) { return Platform::String::WQ(XString(text)); }
+QString Wide(const wchar_t* text) {
+    return Platform::String::WQ(XString(text));
+}
 
 }  // namespace
 
-HalvexReply::HalvexReply() { Update(HALVEX_REPLY_INVALID_ARG); }
+HalvexReply::HalvexReply() {
+    Update(HALVEX_REPLY_INVALID_ARG);
+}
 
-HalvexReply::HalvexReply(XJson& reply) { Update(reply); }
+HalvexReply::HalvexReply(XJson& reply) {
+    Update(reply);
+}
 
 // A text that does not parse leaves the fields as constructed: code 1, no texts, time stamp 0.
 HalvexReply::HalvexReply(std::string text) {
@@ -36,15 +42,25 @@ HalvexReply::HalvexReply(std::string text) {
 
 HalvexReply::~HalvexReply() = default;
 
-void HalvexReply::Release() { delete this; }
+void HalvexReply::Release() {
+    delete this;
+}
 
-bool HalvexReply::IsSuccess() const { return code_ == HALVEX_REPLY_SUCCESS; }
+bool HalvexReply::IsSuccess() const {
+    return code_ == HALVEX_REPLY_SUCCESS;
+}
 
-QString HalvexReply::Token() const { return token_; }
+QString HalvexReply::Token() const {
+    return token_;
+}
 
-int HalvexReply::Code() const { return code_; }
+int HalvexReply::Code() const {
+    return code_;
+}
 
-QString HalvexReply::Error() const { return error_; }
+QString HalvexReply::Error() const {
+    return error_;
+}
 
 QString HalvexReply::Message() const {
     try {
@@ -54,7 +70,9 @@ QString HalvexReply::Message() const {
     }
 }
 
-long long HalvexReply::Timestamp() const { return timestamp_; }
+long long HalvexReply::Timestamp() const {
+    return timestamp_;
+}
 
 void HalvexReply::Update(int code) {
     code_ = code;
@@ -78,4 +96,6 @@ void HalvexReply::Update(XJson& reply) {
     data_ = reply["data"];
 }
 
-XJson& HalvexReply::Data() { return data_; }
+XJson& HalvexReply::Data() {
+    return data_;
+}

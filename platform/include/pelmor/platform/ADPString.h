@@ -8,5 +8,6 @@
 // "" when left, or right after it, is missing.
 PELMOR_PLATFORM_API std::string ADPStringMiddle(std::string text, std::string left, std::string right);
 
-// text with the first occurrence of part removed (case-sensitive); text unchanged when part is absent or empty.
+// text with the first occurrence of part removed (case-sensitive); text unchanged when part is absent or
+// empty.
 PELMOR_PLATFORM_API std::string ADPStringRemove(std::string text, std::string part);

@@ -11,8 +11,10 @@ namespace XCrypt {
 namespace AES {
 namespace CBC {
 // AES-256-CBC with PKCS#7 padding; key is 32 bytes, iv 16 bytes.
-PELMOR_PLATFORM_API QByteArray EncryptPKCS7(const unsigned char* key, const unsigned char* iv, QByteArray data);
-PELMOR_PLATFORM_API QByteArray DecryptPKCS7(const unsigned char* key, const unsigned char* iv, QByteArray data);
+PELMOR_PLATFORM_API QByteArray EncryptPKCS7(const unsigned char* key, const unsigned char* iv,
+                                            QByteArray data);
+PELMOR_PLATFORM_API QByteArray DecryptPKCS7(const unsigned char* key, const unsigned char* iv,
+                                            QByteArray data);
 }  // namespace CBC
 }  // namespace AES
 

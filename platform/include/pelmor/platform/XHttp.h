@@ -17,6 +17,7 @@ constexpr long long kMaxResponseBytes = 64LL * 1024 * 1024;
 // (empty on failure) before it returns, then returns the HTTP status, or 0 when no complete response
 // came (no connection, time-out, a response over kMaxResponseBytes). Redirects are not followed.
 // Each thread keeps one connection handle, so consecutive calls reuse the connection.
-PELMOR_PLATFORM_API int POST(const XString& url, const QByteArray& body, std::function<void(QByteArray)> callback);
+PELMOR_PLATFORM_API int POST(const XString& url, const QByteArray& body,
+                             std::function<void(QByteArray)> callback);
 
 }  // namespace XHttp

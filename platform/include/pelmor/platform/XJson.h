@@ -13,7 +13,7 @@
 // "", 0, false or 0.0, apart from a few lossless conversions), text that is not JSON parses to an empty
 // value, and a failed allocation leaves the value as it was.
 class PELMOR_PLATFORM_API XJson {
-public:
+  public:
     XJson() noexcept = default;
     // Parses text; anything that is not JSON gives an empty value.
     explicit XJson(const std::string& text) noexcept;
@@ -84,7 +84,7 @@ public:
     friend bool operator==(const XJson& a, const XJson& b) noexcept { return a.value_ == b.value_; }
     friend bool operator!=(const XJson& a, const XJson& b) noexcept { return !(a == b); }
 
-private:
+  private:
     const boost::json::value* Member(const std::string& key) const noexcept;
     boost::json::object* MakeObject() noexcept;
     void Put(const std::string& key, boost::json::value&& value) noexcept;

@@ -10,7 +10,7 @@ enum CaseSensitivity : int { CaseInsensitive = 0, CaseSensitive = 1 };
 // The wide text of the core library: UTF-32 on every platform we build for. A class, not a typedef,
 // because its name is part of the exported symbols a host binds.
 class PELMOR_PLATFORM_API XString : public std::wstring {
-public:
+  public:
     using std::wstring::compare;
     using std::wstring::wstring;
 
