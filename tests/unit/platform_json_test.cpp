@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+#include <pelmor/platform/XJson.h>
+
+#include <climits>
+
+namespace {
+
+XJson Sample() {
+    return XJson(
+        std::string(R"({"text":"abc","int":42,"neg":-7,"big":9223372036854775807,"huge":18446744073709551615,
+        "real":87.9,"yes":true,"no":false,"null":null,"numText":"123","realText":"-2.5","word":"TRUE",
+        "mixed":"12ab","obj":{"k":"v"},"arr":[1,"two",{"three":3}],"empty":{}})"));
+}
+
+TEST(XJsonRead, AbsentNullAndOtherKindsGiveEmptyResults) {
+    const XJson json = Sample();
+    for (const char* key : {"missing", "null", "obj", "arr"}) {
+        SCOPED_TRACE(key);
+        EXPECT_EQ(json.ToString(key), "");
+        EXPECT_EQ(json.ToXString(key), XString());
+        EXPECT_EQ(json.ToInt(key), 0);
+        EXPECT_EQ(json.ToInt64(key), 0);
+        EXPECT_FALSE(json.ToBool(key));
+        EXPECT_EQ(json.ToDouble(key), 0.0);
+    }
+    // A text that is not wholly a number reads as 0 and false.
+    EXPECT_EQ(json.ToInt("mixed"), 0);
+    EXPECT_EQ(json.ToDouble("text"), 0.0);
+    EXPECT_FALSE(json.ToBool("text"));
+}
+
+TEST(XJsonRead, LosslessConversionsBetweenKinds) {
+    const XJson json = Sample();
+    // Numbers and bools read as text give their JSON text.
+    EXPECT_EQ(json.ToString("int"), "42");
+    EXPECT_EQ(json.ToString("neg"), "-7");
+    EXPECT_EQ(json.ToString("real"), "87.9");
+    EXPECT_EQ(json.ToString("yes"), "true");
+    EXPECT_EQ(json.ToXString("no"), XString(L"false"));
+    // Texts that are wholly decimal numbers read as numbers.
+    EXPECT_EQ(json.ToInt("numText"), 123);
+    EXPECT_EQ(json.ToInt64("numText"), 123);
+    EXPECT_DOUBLE_EQ(json.ToDouble("realText"), -2.5);
+    EXPECT_EQ(json.ToInt("realText"), -2);
+    // Bools as numbers, numbers as bools, "true"/"false" in any case.
+    EXPECT_EQ(json.ToInt("yes"), 1);
+    EXPECT_EQ(json.ToInt("no"), 0);
+    EXPECT_TRUE(json.ToBool("int"));
+    EXPECT_TRUE(json.ToBool("real"));
+    EXPECT_TRUE(json.ToBool("word"));
+    // Doubles cut toward zero; out-of-range values clamp instead of overflowing.
+    EXPECT_EQ(json.ToInt("real"), 87);
+    EXPECT_EQ(json.ToInt64("big"), LLONG_MAX);
+    EXPECT_EQ(json.ToInt("big"), INT_MAX);
+    EXPECT_EQ(json.ToInt64("huge"), LLONG_MAX);
+    EXPECT_EQ(XJson(std::string(R"({"r":-1e300})")).ToInt("r"), INT_MIN);
+}
+
+TEST(XJsonRead, NavigationNeverFails) {
+    const XJson json = Sample();
+    EXPECT_EQ(json.ToObject("obj").ToString("k"), "v");
+    EXPECT_EQ(json["obj"]["k"].AsString(), "v");
+    EXPECT_EQ(json["arr"].GetArraySize(), 3u);
+    EXPECT_EQ(json["arr"][0u].AsInt(), 1);
+    EXPECT_EQ(json["arr"][1u].AsString(), "two");
+    EXPECT_EQ(json["arr"][2u].ToInt("three"), 3);
+    EXPECT_TRUE(json["arr"][3u].IsEmpty());
+    EXPECT_EQ(json["text"]["deeper"].ToString("x"), "");
+    EXPECT_EQ(json["text"][0u].AsString(), "");
+    EXPECT_EQ(json.GetArraySize(), 0u);
+    EXPECT_TRUE(json["empty"].IsEmpty());
+    EXPECT_TRUE(XJson(std::string("[]")).IsEmpty());
+    EXPECT_TRUE(XJson().IsEmpty());
+    EXPECT_FALSE(XJson(std::string("0")).IsEmpty());
+}
+
+TEST(XJsonParse, TextThatIsNotJsonGivesAnEmptyValue) {
+    for (const char* text : {"", "{", "{\"a\":}", "not json", "{\"a\":1} trailing", "\xff\xfe"}) {
+        SCOPED_TRACE(text);
+        XJson json;
+        EXPECT_FALSE(json.Parse(text));
+        EXPECT_TRUE(json.IsEmpty());
+        EXPECT_TRUE(XJson(std::string(text)).IsEmpty());
+    }
+    XJson kept(std::string(R"({"a":1})"));
+    EXPECT_FALSE(kept.Parse("garbage"));
+    EXPECT_TRUE(kept.IsEmpty()) << "a failed parse must not leave the old value behind";
+}
+
+TEST(XJsonRender, CompactInInsertionOrderWithEmptyValuesAsObjects) {
+    XJson params;
+    XJson document;
+    document.Add("method", std::string("client.config"));
+    document.Append("params", params);
+    document.Append("source", XString(L"Brisel"));
+    document.Add("z", 1);
+    document.Add("a", 2.5);
+    document.Add("flag", true);
+    document.Add("big", -9007199254740993LL);
+    EXPECT_EQ(
+        document.ToJson(),
+        R"({"method":"client.config","params":{},"source":"Brisel","z":1,"a":2.5E0,"flag":true,"big":-9007199254740993})");
+    // Adding a key again keeps its place.
+    document.Add("z", 3);
+    EXPECT_EQ(
+        document.ToJson(),
+        R"({"method":"client.config","params":{},"source":"Brisel","z":3,"a":2.5E0,"flag":true,"big":-9007199254740993})");
+    EXPECT_EQ(XJson().ToJson(), "{}");
+}
+
+TEST(XJsonText, InvalidUtf8NeverReachesTheWire) {
+    XJson built;
+    built.Add("bad", std::string("a\xff"
+                                 "b\xc3"));
+    built.Add(std::string("k\xfe"), std::string("ok"));
+    EXPECT_EQ(built.ToJson(),
+              "{\"bad\":\"a\xEF\xBF\xBD"
+              "b\xEF\xBF\xBD\",\"k\xEF\xBF\xBD\":\"ok\"}");
+
+    // Replies may carry broken bytes: they parse, read back as wide text with U+FFFD, and render valid.
+    XJson parsed(std::string("{\"t\":\"x\xc0\xafy\"}"));
+    ASSERT_FALSE(parsed.IsEmpty());
+    EXPECT_EQ(parsed.ToXString("t"), XString(L"x\uFFFD\uFFFDy"));
+    EXPECT_EQ(parsed.ToJson(), "{\"t\":\"x\xEF\xBF\xBD\xEF\xBF\xBDy\"}");
+
+    XJson wide;
+    wide.Append("name", XString(L"设备\U0001F600"));
+    EXPECT_EQ(wide.ToJson(), "{\"name\":\"设备\xF0\x9F\x98\x80\"}");
+    EXPECT_EQ(wide.ToXString("name"), XString(L"设备\U0001F600"));
+}
+
+TEST(XJsonValue, CopiesAreIndependent) {
+    XJson original(std::string(R"({"a":{"b":1}})"));
+    XJson copy = original;
+    copy.Add("c", 2);
+    EXPECT_FALSE(original.Contains("c"));
+    EXPECT_TRUE(copy == XJson(std::string(R"({"a":{"b":1},"c":2})")));
+    XJson array;
+    array.Append(XJson(std::string("1")));
+    array.Append(XJson(std::string(R"("x")")));
+    EXPECT_EQ(array.ToJson(), R"([1,"x"])");
+}
+
+}  // namespace

@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+#include <pelmor/platform/ADPString.h>
+#include <pelmor/platform/PelmorMemory.h>
+#include <pelmor/platform/PlatformString.h>
+#include <pelmor/platform/XString.h>
+
+#include <cerrno>
+
+namespace {
+
+TEST(XStringUtf8, ConvertsBothWaysAndReplacesInvalidInput) {
+    const std::string utf8 = "A\xC3\xA9\xE8\xAE\xBE\xF0\x9F\x98\x80";  // A é 设 😀
+    const XString wide = XString::FromUtf8(utf8);
+    EXPECT_EQ(wide, XString(L"A\u00E9\u8BBE\U0001F600"));
+    EXPECT_EQ(wide.ToUtf8(), utf8);
+
+    // Stray continuation, truncated sequence, overlong form, surrogate, beyond U+10FFFF.
+    EXPECT_EQ(XString::FromUtf8(std::string("a\x80"
+                                            "b")),
+              XString(L"a\uFFFDb"));
+    EXPECT_EQ(XString::FromUtf8(std::string("a\xE8\xAE")), XString(L"a\uFFFD"));
+    EXPECT_EQ(XString::FromUtf8(std::string("\xC0\xAF")), XString(L"\uFFFD\uFFFD"));
+    EXPECT_EQ(XString::FromUtf8(std::string("\xED\xA0\x80")), XString(L"\uFFFD"));
+    EXPECT_EQ(XString::FromUtf8(std::string("\xF4\x90\x80\x80")), XString(L"\uFFFD"));
+    EXPECT_EQ(XString::FromUtf8(static_cast<const char*>(nullptr)), XString());
+
+    // Wide text that holds no scalar value cannot be written as UTF-8 either.
+    XString broken;
+    broken.push_back(static_cast<wchar_t>(0xD800));
+    broken.push_back(static_cast<wchar_t>(0x110000));
+    EXPECT_EQ(broken.ToUtf8(), "\xEF\xBF\xBD\xEF\xBF\xBD");
+    EXPECT_EQ(SanitizeUtf8("ok\xFF"), "ok\xEF\xBF\xBD");
+    EXPECT_TRUE(IsValidUtf8("\xEF\xBF\xBD", 3));
+}
+
+TEST(XStringCompare, CaseSensitivityZeroIgnoresCase) {
+    const XString y(L"Y");
+    EXPECT_EQ(y.compare(L"y", CaseInsensitive), 0);
+    EXPECT_NE(y.compare(L"y", CaseSensitive), 0);
+    EXPECT_NE(XString(L"yes").compare(L"y", CaseInsensitive), 0);
+    EXPECT_LT(XString(L"a").compare(L"B", CaseInsensitive), 0);
+    EXPECT_EQ(XString(L"IMEI").compare(L"imei", static_cast<CaseSensitivity>(0)), 0);
+    EXPECT_NE(XString(L"IMEI").compare(L"imei", static_cast<CaseSensitivity>(1)), 0);
+}
+
+TEST(PlatformString, WideToQStringKeepsEveryScalarValue) {
+    const QString text = Platform::String::WQ(XString(L"设备\U0001F600"));
+    EXPECT_EQ(text, QString::fromUtf8("设备\xF0\x9F\x98\x80"));
+    EXPECT_EQ(Platform::String::QW(text), XString(L"设备\U0001F600"));
+    XString broken(L"a");
+    broken.push_back(static_cast<wchar_t>(0xDC00));
+    EXPECT_EQ(Platform::String::WQ(broken), QString::fromUtf8("a\xEF\xBF\xBD"));
+}
+
+TEST(ADPString, MiddleAndRemove) {
+    EXPECT_EQ(ADPStringMiddle("x csrfToken: \"abc\" y", "csrfToken: \"", "\""), "abc");
+    EXPECT_EQ(ADPStringMiddle("no token here", "csrfToken: \"", "\""), "");
+    EXPECT_EQ(ADPStringMiddle("csrfToken: \"unterminated", "csrfToken: \"", "\""), "");
+    EXPECT_EQ(ADPStringMiddle("\"\" then [a]", "[", "]"), "a") << "right is searched after left only";
+    EXPECT_EQ(ADPStringRemove("a=1; Path=/; Path=/", "; Path=/"), "a=1; Path=/") << "first occurrence only";
+    EXPECT_EQ(ADPStringRemove("a=1; path=/", "; Path=/"), "a=1; path=/") << "case-sensitive";
+    EXPECT_EQ(ADPStringRemove("abc", ""), "abc");
+}
+
+TEST(PelmorMemory, CopyNeverExceedsItsCapacity) {
+    char destination[4] = {'x', 'x', 'x', 'x'};
+    EXPECT_NE(Pelmor::memcpy(destination, 2, "abc", 3), 0);
+    EXPECT_EQ(std::string(destination, 4), "xxxx") << "a refused copy must copy nothing";
+    EXPECT_EQ(Pelmor::memcpy(destination, 4, "abc", 3), 0);
+    EXPECT_EQ(std::string(destination, 3), "abc");
+    EXPECT_EQ(Pelmor::memcpy(nullptr, 4, "abc", 3), EINVAL);
+    EXPECT_EQ(Pelmor::memcpy(destination, 4, nullptr, 3), EINVAL);
+    EXPECT_EQ(Pelmor::memcpy(nullptr, 0, nullptr, 0), 0);
+
+    Pelmor::memset(destination, 0, 4);
+    EXPECT_EQ(destination[3], 0);
+    EXPECT_EQ(Pelmor::memset(nullptr, 0, 4), nullptr);
+    EXPECT_EQ(Pelmor::wcscmp(nullptr, L""), 0);
+    EXPECT_LT(Pelmor::wcscmp(L"a", L"b"), 0);
+}
+
+}  // namespace
