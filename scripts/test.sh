@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds with warnings as errors, and runs the whole test suite (unit tests and
+# end-to-end tests against a pelmor-emulator that the run starts and stops itself).
+#   scripts/test.sh                 normal build in ./build
+#   SANITIZE=1 scripts/test.sh      AddressSanitizer + UndefinedBehaviorSanitizer build in ./build-asan
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-deps.sh
+
+sanitize=${SANITIZE:-0}
+build=${BUILD_DIR:-build}
+[[ $sanitize == 1 ]] && build=${BUILD_DIR:-build-asan}
+jobs=$(nproc 2>/dev/null || echo 2)
+
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPELMOR_WERROR=ON \
+    -DPELMOR_SANITIZE=$([[ $sanitize == 1 ]] && echo ON || echo OFF)
+cmake --build "$build" -j "$jobs"
+
+export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=0}
+export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+ctest --test-dir "$build" --output-on-failure -j "$jobs"
