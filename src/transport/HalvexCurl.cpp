@@ -1,0 +1,234 @@
+#include "HalvexCurl.h"
+
+#include <curl/curl.h>
+#include <pelmor/platform/ADPString.h>
+
+#include <cstring>
+#include <memory>
+
+#include "frame/ServiceHosts.h"
+
+namespace {
+
+constexpr char kBrowser[] =
+    "Mozilla/5.0 (Windows NT 5.1) AppleWebKit/537.36 (KHTML, like Gecko) Chrome/30.0.1599.69 Safari/537.36";
+constexpr char kHostHeader[] = "Host: " PELMOR_COVERAGE_HOST;
+constexpr char kFixedReferer[] = "Referer: https://" PELMOR_COVERAGE_HOST "/cn/zh/";
+constexpr char kTokenStart[] = "csrfToken: \"";
+constexpr char kTokenEnd[] = "\"";
+constexpr char kSetCookie[] = "Set-Cookie: ";
+
+// Attributes cut out of each cookie, one occurrence each, in this order. "; Path=/" three times over and
+// the absence of "; path=/" and "; secure" are how the site's cookies have always been read: keep them.
+constexpr const char* kCookieAttributes[] = {
+    ";httponly", "; httponly", ";secure",   "; Secure",   ";path=/", "; Path=/", "; Path=/",
+    ";Path=/",   "; Path=/",   ";HttpOnly", "; HttpOnly", ";Secure", "; Secure",
+};
+
+struct EasyCleanup {
+    void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
+};
+using EasyHandle = std::unique_ptr<CURL, EasyCleanup>;
+
+struct ListCleanup {
+    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+};
+using HeaderList = std::unique_ptr<curl_slist, ListCleanup>;
+
+// Builds the list line by line; null when any line could not be added.
+HeaderList MakeHeaders(std::initializer_list<const char*> lines) {
+    curl_slist* list = nullptr;
+    for (const char* line : lines) {
+        curl_slist* grown = curl_slist_append(list, line);
+        if (!grown) {
+            curl_slist_free_all(list);
+            return HeaderList();
+        }
+        list = grown;
+    }
+    return HeaderList(list);
+}
+
+// The options every GET of this client sets, in their order.
+void SetGetOptions(CURL* curl, const char* url, HalvexCurl* self, bool withHeaders, const char* cookie) {
+    curl_easy_setopt(curl, CURLOPT_URL, url);
+    curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &HalvexCurl::CallBack_HTTP);
+    curl_easy_setopt(curl, CURLOPT_WRITEDATA, self);
+    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 0L);
+    curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
+    if (withHeaders) curl_easy_setopt(curl, CURLOPT_HEADER, 1L);
+    curl_easy_setopt(curl, CURLOPT_USERAGENT, kBrowser);
+    if (cookie) curl_easy_setopt(curl, CURLOPT_COOKIE, cookie);
+}
+
+bool Perform(CURL* curl) {
+    return curl_easy_perform(curl) == CURLE_OK;
+}
+
+}  // namespace
+
+HalvexCurl::~HalvexCurl() = default;
+
+size_t HalvexCurl::CallBack_HTTP(void* data, size_t size, size_t count, void* user) {
+    const size_t length = size * count;
+    auto* self = static_cast<HalvexCurl*>(user);
+    if (!self) return length;
+    if (self->buffer_.size() + length > kMaxResponseBytes) return 0;  // aborts the transfer
+    try {
+        self->AchieveHTTP(static_cast<const char*>(data), static_cast<unsigned int>(length));
+    } catch (...) {
+        return 0;  // out of memory: abort rather than hand on a response with a hole in it
+    }
+    return length;
+}
+
+void HalvexCurl::AchieveHTTP(const char* data, unsigned int length) {
+    if (!data || length == 0) return;
+    buffer_.append(data, strnlen(data, length));
+}
+
+bool HalvexCurl::POST(const char* url, const char* body, std::function<void(const char*)> callback) {
+    if (!url || !body || !callback) return false;
+    EasyHandle curl(curl_easy_init());
+    if (!curl) return false;
+    HeaderList headers = MakeHeaders({"Content-Type: text/plain"});
+    if (!headers) return false;
+    curl_easy_setopt(curl.get(), CURLOPT_POST, 1L);
+    curl_easy_setopt(curl.get(), CURLOPT_URL, url);
+    curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDS, body);
+    curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(std::strlen(body)));
+    curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
+    curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, &HalvexCurl::CallBack_HTTP);
+    curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(curl.get(), CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(curl.get(), CURLOPT_CONNECTTIMEOUT, 30L);
+    curl_easy_setopt(curl.get(), CURLOPT_TIMEOUT, 30L);
+    if (!Perform(curl.get())) return false;
+    curl.reset();
+    headers.reset();
+    callback(buffer_.c_str());
+    return true;
+}
+
+bool HalvexCurl::GET(const char* url, std::function<void(const char*)> callback) {
+    if (!url || !callback) return false;
+    EasyHandle curl(curl_easy_init());
+    if (!curl) return false;
+    SetGetOptions(curl.get(), url, this, false, nullptr);
+    if (!Perform(curl.get())) return false;
+    curl.reset();
+    callback(buffer_.c_str());
+    return true;
+}
+
+bool HalvexCurl::GetCookie(const char* url, std::function<void(const char*)> callback) {
+    if (!url || !callback) return false;
+    EasyHandle curl(curl_easy_init());
+    if (!curl) return false;
+    SetGetOptions(curl.get(), url, this, true, nullptr);
+    if (!Perform(curl.get())) return false;
+    curl.reset();
+    const std::string cookie = CookieTextOf(buffer_);
+    callback(cookie.c_str());
+    return true;
+}
+
+bool HalvexCurl::GETWarranty(const char* url, const char* cookie,
+                             std::function<void(const char*, const char*)> callback) {
+    if (!url || !callback) return false;
+    buffer_.clear();
+    EasyHandle curl(curl_easy_init());
+    if (!curl) return false;
+    SetGetOptions(curl.get(), url, this, false, cookie);
+    HeaderList headers = MakeHeaders({kHostHeader, kFixedReferer});
+    if (headers) curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
+    const bool ok = Perform(curl.get());
+    curl.reset();
+    headers.reset();
+    if (!ok) return false;
+    callback(buffer_.c_str(), cookie);
+    return true;
+}
+
+bool HalvexCurl::WarrantySelectToken(const char* url, const char* cookie,
+                                     std::function<void(const char*)> callback) {
+    if (!url || !callback) return false;
+    EasyHandle curl(curl_easy_init());
+    if (!curl) return false;
+    SetGetOptions(curl.get(), url, this, true, cookie);
+    // A page address too long for the line is cut: the referrer is a courtesy, not data.
+    char referer[1024] = {};
+    std::snprintf(referer, sizeof referer, "Referer: %s", url);
+    HeaderList headers = MakeHeaders({kHostHeader, referer});
+    if (headers) curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
+    const bool ok = Perform(curl.get());
+    headers.reset();
+    curl.reset();
+    if (!ok) return false;
+    const std::string token = ADPStringMiddle(buffer_, kTokenStart, kTokenEnd);
+    callback(token.c_str());
+    return true;
+}
+
+bool HalvexCurl::POSTWarranty(const char* url, const char* cookie, const char* body,
+                              std::function<void(const char*)> callback) {
+    if (!url || !body || !callback) return false;
+    buffer_.clear();
+    EasyHandle curl(curl_easy_init());
+    if (!curl) return false;
+    curl_easy_setopt(curl.get(), CURLOPT_SSL_VERIFYPEER, 0L);
+    curl_easy_setopt(curl.get(), CURLOPT_POST, 1L);
+    curl_easy_setopt(curl.get(), CURLOPT_URL, url);
+    curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDS, body);
+    curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(std::strlen(body)));
+    curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, &HalvexCurl::CallBack_HTTP);
+    curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(curl.get(), CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(curl.get(), CURLOPT_CONNECTTIMEOUT, 30L);
+    curl_easy_setopt(curl.get(), CURLOPT_TIMEOUT, 30L);
+    if (cookie) curl_easy_setopt(curl.get(), CURLOPT_COOKIE, cookie);
+    HeaderList headers = MakeHeaders({kHostHeader, kFixedReferer});
+    if (headers) curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
+    const bool ok = Perform(curl.get());
+    curl.reset();
+    headers.reset();
+    if (!ok) return false;
+    callback(buffer_.c_str());
+    return true;
+}
+
+void StringSplit(std::string& text, std::string& delimiters, std::vector<std::string>* out) {
+    if (!out) return;
+    if (text.empty() || delimiters.empty()) {
+        out->push_back(text);
+        return;
+    }
+    size_t start = 0;
+    for (size_t at = text.find_first_of(delimiters); at != std::string::npos;
+         at = text.find_first_of(delimiters, start)) {
+        out->push_back(text.substr(start, at - start));
+        start = at + 1;
+    }
+    out->push_back(text.substr(start));
+}
+
+std::string CookieTextOf(const std::string& response) {
+    // Only the first header block counts: headers of responses reached through redirects are ignored.
+    const size_t end = response.find("\r\n\r\n");
+    std::string block = end == std::string::npos ? response : response.substr(0, end);
+    std::string cookie;
+    if (block.empty()) return cookie;
+    std::string delimiters = "\r\n";
+    std::vector<std::string> lines;
+    StringSplit(block, delimiters, &lines);
+    for (const std::string& line : lines) {
+        if (line.find(kSetCookie) == std::string::npos) continue;
+        std::string value = line.substr(std::strlen(kSetCookie));
+        if (!cookie.empty()) cookie += ";";
+        for (const char* attribute : kCookieAttributes)
+            value = ADPStringRemove(value, attribute);
+        cookie += value;
+    }
+    return cookie;
+}
