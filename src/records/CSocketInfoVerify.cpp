@@ -1,0 +1,248 @@
+#include "records/CSocketInfoVerify.h"
+
+#include <new>
+
+#include "records/RecordText.h"
+
+using RecordText::Copy;
+
+namespace {
+
+// Key texts in the order of EDeviceVerifyKey from 1; matched exactly, case included.
+const wchar_t* const kKeyTexts[] = {
+    L"mobName",  L"mod",      L"rmd",  L"regn", L"srnm", L"mlb",   L"wmac",      L"bmac",     L"emac",
+    L"wifiCode", L"color",    L"batt", L"ram",  L"fcms", L"bcms",  L"mainboard", L"baseband", L"imei",
+    L"hardDisk", L"teardown", L"lcm",  L"nsrn", L"nvsn", L"iccid", L"root",      L"meid",
+};
+
+EDeviceVerifyKey KeyOf(const XString& text) {
+    for (size_t i = 0; i < sizeof kKeyTexts / sizeof kKeyTexts[0]; ++i)
+        if (text == kKeyTexts[i]) return static_cast<EDeviceVerifyKey>(i + 1);
+    return DEVICE_VERIFY_KEY_UNKNOWN;
+}
+
+// Anything that is not one of the four named classes, an unknown or missing tag included, is "other".
+EDeviceVerifyClassify ClassifyOf(const XString& tag) {
+    if (tag == L"base") return DEVICE_VERIFY_CLASSIFY_BASE;
+    if (tag == L"hardware") return DEVICE_VERIFY_CLASSIFY_HARDWARE;
+    if (tag == L"screen") return DEVICE_VERIFY_CLASSIFY_SCREEN;
+    if (tag == L"fingerprint") return DEVICE_VERIFY_CLASSIFY_FINGERPRINT;
+    return DEVICE_VERIFY_CLASSIFY_OTHER;
+}
+
+void ReadTopic(const XJson& data, const char* topic, XString& value, XString& state) {
+    const XJson object = data[topic];
+    value = object.ToXString("value");
+    state = object.ToXString("status");
+}
+
+}  // namespace
+
+XString CSocketInfoVerifyItem::GetName() const noexcept {
+    return Copy(name_);
+}
+XString CSocketInfoVerifyItem::GetResult() const noexcept {
+    return Copy(result_);
+}
+XString CSocketInfoVerifyItem::GetOriginal() const noexcept {
+    return Copy(original_);
+}
+XString CSocketInfoVerifyItem::GetNow() const noexcept {
+    return Copy(now_);
+}
+XString CSocketInfoVerifyItem::GetMessage() const noexcept {
+    return Copy(message_);
+}
+XString CSocketInfoVerifyItem::GetURL() const noexcept {
+    return Copy(url_);
+}
+XString CSocketInfoVerifyItem::GetOriginalTime() const noexcept {
+    return Copy(originalTime_);
+}
+XString CSocketInfoVerifyItem::GetNowTime() const noexcept {
+    return Copy(nowTime_);
+}
+
+void CSocketInfoVerifyItem::SetJson(EDeviceVerifyClassify classify, XJson& item) noexcept {
+    classify_ = classify;
+    try {
+        name_ = item.ToXString("name");
+        result_ = item.ToXString("result");
+        now_ = item.ToXString("nowValue");
+        original_ = item.ToXString("originalValue");
+        message_ = item.ToXString("msg");
+        url_ = item.ToXString("url");
+        originalTime_ = item.ToXString("originalProductionDate");
+        nowTime_ = item.ToXString("nowProductionDate");
+        show_ = RecordText::ContainsY(item.ToXString("show"));
+        business_ = item.ToBool("cert");
+        key_ = KeyOf(item.ToXString("key"));
+    } catch (...) {
+        // Out of memory: the item keeps what it read so far.
+    }
+}
+
+CSocketInfoVerify::~CSocketInfoVerify() {
+    Clear();
+}
+
+XString CSocketInfoVerify::GetRequestMessage() const noexcept {
+    return Copy(requestMessage_);
+}
+XString CSocketInfoVerify::GetVersionMessage() const noexcept {
+    return Copy(versionMessage_);
+}
+XString CSocketInfoVerify::GetVerifyMessage() const noexcept {
+    return Copy(verifyMessage_);
+}
+XString CSocketInfoVerify::GetTotalResult() const noexcept {
+    return Copy(totalResult_);
+}
+XString CSocketInfoVerify::GetCardValue() const noexcept {
+    return Copy(cardValue_);
+}
+XString CSocketInfoVerify::GetCardState() const noexcept {
+    return Copy(cardState_);
+}
+XString CSocketInfoVerify::GetOpenValue() const noexcept {
+    return Copy(openValue_);
+}
+XString CSocketInfoVerify::GetOpenState() const noexcept {
+    return Copy(openState_);
+}
+XString CSocketInfoVerify::GetScore() const noexcept {
+    return Copy(score_);
+}
+XString CSocketInfoVerify::GetRootValue() const noexcept {
+    return Copy(rootValue_);
+}
+XString CSocketInfoVerify::GetRootState() const noexcept {
+    return Copy(rootState_);
+}
+XString CSocketInfoVerify::GetWifiValue() const noexcept {
+    return Copy(wifiValue_);
+}
+XString CSocketInfoVerify::GetWifiState() const noexcept {
+    return Copy(wifiState_);
+}
+XString CSocketInfoVerify::GetDiskValue() const noexcept {
+    return Copy(diskValue_);
+}
+XString CSocketInfoVerify::GetDiskState() const noexcept {
+    return Copy(diskState_);
+}
+XString CSocketInfoVerify::GetMeidValue() const noexcept {
+    return Copy(meidValue_);
+}
+XString CSocketInfoVerify::GetMeidState() const noexcept {
+    return Copy(meidState_);
+}
+XString CSocketInfoVerify::GetBaseState() const noexcept {
+    return Copy(baseState_);
+}
+XString CSocketInfoVerify::GetHardwareState() const noexcept {
+    return Copy(hardwareState_);
+}
+XString CSocketInfoVerify::GetScreenState() const noexcept {
+    return Copy(screenState_);
+}
+XString CSocketInfoVerify::GetFingerMarkState() const noexcept {
+    return Copy(fingerMarkState_);
+}
+XString CSocketInfoVerify::GetOtherState() const noexcept {
+    return Copy(otherState_);
+}
+XString CSocketInfoVerify::GetMainboardValue() const noexcept {
+    return Copy(mainboardValue_);
+}
+XString CSocketInfoVerify::GetMainboardState() const noexcept {
+    return Copy(mainboardState_);
+}
+XString CSocketInfoVerify::GetBasebandValue() const noexcept {
+    return Copy(basebandValue_);
+}
+XString CSocketInfoVerify::GetBasebandState() const noexcept {
+    return Copy(basebandState_);
+}
+XString CSocketInfoVerify::GetSimValue() const noexcept {
+    return Copy(simValue_);
+}
+XString CSocketInfoVerify::GetSimState() const noexcept {
+    return Copy(simState_);
+}
+XString CSocketInfoVerify::GetHarddiskValue() const noexcept {
+    return Copy(harddiskValue_);
+}
+XString CSocketInfoVerify::GetHarddiskState() const noexcept {
+    return Copy(harddiskState_);
+}
+
+void CSocketInfoVerify::TraverseItem(
+    std::function<void(const ISocketInfoVerifyItem*)> function) const noexcept {
+    if (!function) return;
+    for (const CSocketInfoVerifyItem* item : items_)
+        function(item);
+}
+
+void CSocketInfoVerify::Clear() noexcept {
+    for (CSocketInfoVerifyItem* item : items_)
+        delete item;
+    items_.clear();
+}
+
+void CSocketInfoVerify::SetJson(XJson& data) noexcept {
+    // Only the items go; the texts keep their values until read again below.
+    Clear();
+    try {
+        versionMessage_ = data.ToXString("singleItemsMsg");
+        verifyMessage_ = data.ToXString("msg");
+        totalResult_ = data.ToXString("totalResult");
+        ReadTopic(data, "iccid", cardValue_, cardState_);
+        ReadTopic(data, "teardown", openValue_, openState_);
+        score_ = data.ToXString("score");
+        ReadTopic(data, "root", rootValue_, rootState_);
+        ReadTopic(data, "wifi", wifiValue_, wifiState_);
+        ReadTopic(data, "replaceHD", diskValue_, diskState_);
+        ReadTopic(data, "meid", meidValue_, meidState_);
+
+        // A reply without class states leaves the previous ones standing.
+        const XJson states(data["items"]);
+        if (!states.IsEmpty()) {
+            baseState_ = states.ToXString("base");
+            hardwareState_ = states.ToXString("hardware");
+            screenState_ = states.ToXString("screen");
+            fingerMarkState_ = states.ToXString("fingerprint");
+            otherState_ = states.ToXString("other");
+        }
+
+        const XJson list = data["resultList"];
+        for (unsigned i = 0; i < list.GetArraySize(); ++i) {
+            XJson element = list[i];
+            if (element.IsEmpty()) continue;
+            const EDeviceVerifyClassify classify = ClassifyOf(element.ToXString("tag"));
+            CSocketInfoVerifyItem* item = new (std::nothrow) CSocketInfoVerifyItem();
+            if (!item) continue;
+            item->SetJson(classify, element);
+            try {
+                items_.push_back(item);
+            } catch (...) {
+                delete item;
+            }
+        }
+
+        ReadTopic(data, "mainboard", mainboardValue_, mainboardState_);
+        ReadTopic(data, "baseband", basebandValue_, basebandState_);
+        ReadTopic(data, "sim", simValue_, simState_);
+        ReadTopic(data, "hardDisk", harddiskValue_, harddiskState_);
+    } catch (...) {
+        // Out of memory: the report keeps what it read so far.
+    }
+}
+
+void CSocketInfoVerify::SetError(int error) noexcept {
+    error_ = error;
+}
+
+void CSocketInfoVerify::SetRequestMessage(XString message) noexcept {
+    requestMessage_ = std::move(message);
+}

@@ -1,0 +1,132 @@
+#pragma once
+
+#include <pelmor/platform/XJson.h>
+#include <pelmor/platform/XString.h>
+#include <pelmor/records/VerifyReport.h>
+
+#include <vector>
+
+class CSocketInfoVerifyItem : public ISocketInfoVerifyItem {
+  public:
+    CSocketInfoVerifyItem() = default;
+    CSocketInfoVerifyItem(const CSocketInfoVerifyItem&) = delete;
+    CSocketInfoVerifyItem& operator=(const CSocketInfoVerifyItem&) = delete;
+
+    EDeviceVerifyClassify GetClassify() const noexcept override { return classify_; }
+    EDeviceVerifyKey GetKey() const noexcept override { return key_; }
+    XString GetName() const noexcept override;
+    XString GetResult() const noexcept override;
+    XString GetOriginal() const noexcept override;
+    XString GetNow() const noexcept override;
+    XString GetMessage() const noexcept override;
+    XString GetURL() const noexcept override;
+    XString GetOriginalTime() const noexcept override;
+    XString GetNowTime() const noexcept override;
+    bool GetShow() const noexcept override { return show_; }
+    bool GetBusiness() const noexcept override { return business_; }
+
+    ~CSocketInfoVerifyItem() override = default;
+
+    virtual void SetJson(EDeviceVerifyClassify classify, XJson& item) noexcept;
+
+  private:
+    EDeviceVerifyClassify classify_ = DEVICE_VERIFY_CLASSIFY_BASE;
+    EDeviceVerifyKey key_ = DEVICE_VERIFY_KEY_UNKNOWN;
+    XString name_;
+    XString result_;
+    XString original_;
+    XString now_;
+    XString message_;
+    XString url_;
+    XString originalTime_;
+    XString nowTime_;
+    bool show_ = false;
+    bool business_ = false;
+};
+
+// Built by VerifyDevice of either edition: SetJson with the reply's data, then SetError and
+// SetRequestMessage, then handed to the callback and destroyed.
+class CSocketInfoVerify : public ISocketInfoVerify {
+  public:
+    CSocketInfoVerify() = default;
+    CSocketInfoVerify(const CSocketInfoVerify&) = delete;
+    CSocketInfoVerify& operator=(const CSocketInfoVerify&) = delete;
+
+    bool GetSuccess() const noexcept override { return success_; }
+    int GetError() const noexcept override { return error_; }
+    XString GetRequestMessage() const noexcept override;
+    XString GetVersionMessage() const noexcept override;
+    XString GetVerifyMessage() const noexcept override;
+    XString GetTotalResult() const noexcept override;
+    XString GetCardValue() const noexcept override;
+    XString GetCardState() const noexcept override;
+    XString GetOpenValue() const noexcept override;
+    XString GetOpenState() const noexcept override;
+    XString GetScore() const noexcept override;
+    XString GetRootValue() const noexcept override;
+    XString GetRootState() const noexcept override;
+    XString GetWifiValue() const noexcept override;
+    XString GetWifiState() const noexcept override;
+    XString GetDiskValue() const noexcept override;
+    XString GetDiskState() const noexcept override;
+    XString GetMeidValue() const noexcept override;
+    XString GetMeidState() const noexcept override;
+    void TraverseItem(std::function<void(const ISocketInfoVerifyItem*)> function) const noexcept override;
+    XString GetBaseState() const noexcept override;
+    XString GetHardwareState() const noexcept override;
+    XString GetScreenState() const noexcept override;
+    XString GetFingerMarkState() const noexcept override;
+    XString GetOtherState() const noexcept override;
+    XString GetMainboardValue() const noexcept override;
+    XString GetMainboardState() const noexcept override;
+    XString GetBasebandValue() const noexcept override;
+    XString GetBasebandState() const noexcept override;
+    XString GetSimValue() const noexcept override;
+    XString GetSimState() const noexcept override;
+    XString GetHarddiskValue() const noexcept override;
+    XString GetHarddiskState() const noexcept override;
+
+    ~CSocketInfoVerify() override;
+
+    virtual void Clear() noexcept;
+    // Replaces the items and every text it reads; the five class states survive an empty "items".
+    virtual void SetJson(XJson& data) noexcept;
+    virtual void SetError(int error) noexcept;
+    virtual void SetRequestMessage(XString message) noexcept;
+
+  private:
+    // Never set: callers judge a report by its error and texts.
+    bool success_ = false;
+    int error_ = -1;
+    XString requestMessage_;
+    XString versionMessage_;
+    XString verifyMessage_;
+    XString totalResult_;
+    XString cardValue_;
+    XString cardState_;
+    XString openValue_;
+    XString openState_;
+    XString score_;
+    XString rootValue_;
+    XString rootState_;
+    XString wifiValue_;
+    XString wifiState_;
+    XString diskValue_;
+    XString diskState_;
+    XString meidValue_;
+    XString meidState_;
+    std::vector<CSocketInfoVerifyItem*> items_;
+    XString baseState_;
+    XString hardwareState_;
+    XString screenState_;
+    XString fingerMarkState_;
+    XString otherState_;
+    XString mainboardValue_;
+    XString mainboardState_;
+    XString basebandValue_;
+    XString basebandState_;
+    XString simValue_;
+    XString simState_;
+    XString harddiskValue_;
+    XString harddiskState_;
+};
