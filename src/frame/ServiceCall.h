@@ -1,0 +1,81 @@
+#pragma once
+
+#include <pelmor/HalvexHTTP.h>
+
+#include <new>
+#include <utility>
+
+#include "frame/PelmorSocketHelper.h"
+
+// The one shape every service operation of both editions has:
+//   a fresh reply (it reads as HALVEX_REPLY_INVALID_ARG until answered);
+//   nothing sent when an argument is missing;
+//   the parameters built, wrapped in the request document and posted;
+//   onReply called with the reply only when a reply document came back (a refusal by the service counts);
+//   the reply handed to the caller, who frees it with Release().
+// An operation states only what differs: its name, its checks, its parameters and what it reads.
+namespace ServiceCall {
+
+// params() builds the parameters object; onReply(HalvexReply&) reads the reply and calls the callback.
+// A failed allocation while building or posting leaves the reply as it stands and calls nothing back. The
+// callback itself runs outside any handler: one that throws ends the process, as documented for hosts.
+template <typename Post, typename OnReply>
+HalvexReply* Exchange(bool argumentsPresent, Post&& post, OnReply&& onReply) noexcept {
+    HalvexReply* reply = new (std::nothrow) HalvexReply();
+    if (!reply || !argumentsPresent) return reply;
+    bool received = false;
+    try {
+        received = post(reply);
+    } catch (...) {
+        received = false;
+    }
+    if (received) onReply(*reply);
+    return reply;
+}
+
+// Standard edition: the method names the operation inside the document, posted to the one address.
+template <typename Params, typename OnReply>
+HalvexReply* Standard(const char* method, bool argumentsPresent, Params&& params,
+                      OnReply&& onReply) noexcept {
+    return Exchange(
+        argumentsPresent,
+        [&](HalvexReply* reply) {
+            return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(),
+                                    PelmorSocketHelper::BuildJson(method, params()));
+        },
+        std::forward<OnReply>(onReply));
+}
+
+// Enterprise edition: the path names the operation; it is joined to the address with nothing between.
+template <typename Params, typename OnReply>
+HalvexReply* Enterprise(const wchar_t* path, bool argumentsPresent, Params&& params,
+                        OnReply&& onReply) noexcept {
+    return Exchange(
+        argumentsPresent,
+        [&](HalvexReply* reply) {
+            return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(), XString(path),
+                                    PelmorSocketHelper::BuildJson(params()));
+        },
+        std::forward<OnReply>(onReply));
+}
+
+// For operations that read nothing back.
+inline void NoReply(HalvexReply&) noexcept {}
+
+// Builds a record with make() (a pointer from a non-throwing new, or null), hands it to callback and
+// destroys it when the callback returns. No record, no callback.
+template <typename Make, typename Callback>
+void HandRecord(Make&& make, const Callback& callback) noexcept {
+    auto* record = [&]() noexcept -> decltype(make()) {
+        try {
+            return make();
+        } catch (...) {
+            return nullptr;
+        }
+    }();
+    if (!record) return;
+    callback(record);
+    delete record;
+}
+
+}  // namespace ServiceCall
