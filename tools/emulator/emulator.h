@@ -1,0 +1,41 @@
+#pragma once
+
+#include "emulator/context.h"
+#include "emulator/options.h"
+
+#include <memory>
+#include <string>
+
+namespace httplib {
+class Server;
+}
+
+namespace pelmor::emulator {
+
+// The HTTP server with the service routes, the handlers and the control surface wired in. Tests can
+// run one in process on a free port (options.port = 0).
+class Emulator {
+  public:
+    explicit Emulator(Options options);
+    ~Emulator();
+    Emulator(const Emulator&) = delete;
+    Emulator& operator=(const Emulator&) = delete;
+
+    // Binds the listening socket; on failure says why in `error`.
+    bool bind(std::string& error);
+    int port() const { return port_; }
+
+    // Serves until stop(); returns false if the server could not run.
+    bool run();
+    void stop();
+    bool is_running() const;
+
+    Context& context() { return *ctx_; }
+
+  private:
+    std::unique_ptr<Context> ctx_;
+    std::unique_ptr<httplib::Server> server_;
+    int port_ = 0;
+};
+
+}  // namespace pelmor::emulator

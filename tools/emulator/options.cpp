@@ -1,0 +1,191 @@
+#include "emulator/options.h"
+
+#include <charconv>
+#include <sstream>
+
+#ifndef PELMOR_SERVICE_HOST
+#define PELMOR_SERVICE_HOST "127.0.0.1:18090"
+#endif
+#ifndef PELMOR_COVERAGE_HOST
+#define PELMOR_COVERAGE_HOST "127.0.0.1:18443"
+#endif
+
+namespace pelmor::emulator {
+
+const char* compiled_service_host() {
+    return PELMOR_SERVICE_HOST;
+}
+const char* compiled_coverage_host() {
+    return PELMOR_COVERAGE_HOST;
+}
+
+namespace {
+
+bool parse_number(const std::string& text, long long min, long long max, long long& out) {
+    long long value = 0;
+    const char* end = text.data() + text.size();
+    auto [ptr, ec] = std::from_chars(text.data(), end, value);
+    if (ec != std::errc() || ptr != end || text.empty() || value < min || value > max) return false;
+    out = value;
+    return true;
+}
+
+}  // namespace
+
+int port_of_host(const std::string& host_port) {
+    // A bracketed IPv6 literal has colons of its own; the port follows the closing bracket.
+    const auto bracket = host_port.rfind(']');
+    const auto colon = host_port.rfind(':');
+    if (colon == std::string::npos || (bracket != std::string::npos && colon < bracket)) return 80;
+    long long port = 0;
+    if (!parse_number(host_port.substr(colon + 1), 1, 65535, port)) return 80;
+    return static_cast<int>(port);
+}
+
+Options default_options() {
+    Options options;
+    options.port = port_of_host(compiled_service_host());
+    return options;
+}
+
+ParseResult parse_options(const std::vector<std::string>& args) {
+    ParseResult result;
+    result.options = default_options();
+    Options& o = result.options;
+
+    auto fail = [&](std::string message) {
+        result.outcome = ParseOutcome::error;
+        result.error = std::move(message);
+        return result;
+    };
+
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        std::string name = args[i];
+        std::string value;
+        bool has_value = false;
+        if (const auto eq = name.find('='); name.rfind("--", 0) == 0 && eq != std::string::npos) {
+            value = name.substr(eq + 1);
+            name = name.substr(0, eq);
+            has_value = true;
+        }
+        auto take_value = [&]() -> bool {
+            if (has_value) return true;
+            if (i + 1 >= args.size()) return false;
+            value = args[++i];
+            return true;
+        };
+        auto number = [&](long long min, long long max, long long& out) -> bool {
+            return take_value() && parse_number(value, min, max, out);
+        };
+        long long n = 0;
+
+        if (name == "-h" || name == "--help") {
+            result.outcome = ParseOutcome::help;
+            return result;
+        } else if (name == "-q" || name == "--quiet") {
+            o.quiet = true;
+        } else if (name == "-p" || name == "--port") {
+            if (!number(0, 65535, n)) return fail("--port needs a number from 0 to 65535");
+            o.port = static_cast<int>(n);
+        } else if (name == "--bind") {
+            if (!take_value() || value.empty()) return fail("--bind needs an address");
+            o.bind_address = value;
+        } else if (name == "--threads") {
+            if (!number(1, 1024, n)) return fail("--threads needs a number from 1 to 1024");
+            o.threads = static_cast<std::size_t>(n);
+        } else if (name == "--keep-alive-max") {
+            if (!number(1, 1000000000, n)) return fail("--keep-alive-max needs a positive number");
+            o.keep_alive_max = static_cast<std::size_t>(n);
+        } else if (name == "--keep-alive-timeout") {
+            if (!number(1, 3600, n)) return fail("--keep-alive-timeout needs seconds from 1 to 3600");
+            o.keep_alive_timeout_s = static_cast<int>(n);
+        } else if (name == "--io-timeout") {
+            if (!number(1, 3600, n)) return fail("--io-timeout needs seconds from 1 to 3600");
+            o.io_timeout_s = static_cast<int>(n);
+        } else if (name == "--log-limit") {
+            if (!number(0, 100000000, n)) return fail("--log-limit needs a number (0 keeps no entries)");
+            o.log_limit = static_cast<std::size_t>(n);
+        } else {
+            return fail("unknown option '" + args[i] + "'");
+        }
+    }
+    return result;
+}
+
+std::string usage_text(const std::string& program) {
+    const Options d = default_options();
+    std::ostringstream out;
+    out << "Usage: " << program << " [options]\n"
+        << "\n"
+        << "Local stand-in for the Pelmor web service: answers the standard address\n"
+        << "(POST /modules/app/api.do), the enterprise address (POST /brisel-ent/api<suffix>) and\n"
+        << "the fallback address (POST /) with encrypted reply envelopes, so that libPelmorSocket and\n"
+        << "its hosts can be developed and tested offline. Built for service host " << compiled_service_host()
+        << "\n(coverage-site host " << compiled_coverage_host() << ").\n"
+        << "\n"
+        << "Options:\n"
+        << "  -p, --port N              port to listen on (default " << d.port
+        << ", the compiled service host's port;\n"
+        << "                            0 picks a free port)\n"
+        << "      --bind ADDR           address to listen on (default " << d.bind_address << ")\n"
+        << "  -q, --quiet               no per-request line on stderr\n"
+        << "      --threads N           worker threads; each open keep-alive connection holds one\n"
+        << "                            (default " << d.threads << ")\n"
+        << "      --keep-alive-max N    requests served on one connection before it is closed (default "
+        << d.keep_alive_max << ")\n"
+        << "      --keep-alive-timeout S  seconds an idle keep-alive connection stays open (default "
+        << d.keep_alive_timeout_s << ")\n"
+        << "      --io-timeout S        read and write time-out within a request (default " << d.io_timeout_s
+        << ")\n"
+        << "      --log-limit N         service requests kept for /_emulator/log, oldest dropped first\n"
+        << "                            (default " << d.log_limit << ")\n"
+        << "  -h, --help                this text\n"
+        << "\n"
+        << "On start the line 'listening on http://ADDR:PORT' is printed on stdout. SIGINT or SIGTERM\n"
+        << "stops the server and exits with 0; a port that cannot be bound exits with 1, bad options\n"
+        << "with 2.\n"
+        << "\n"
+        << "Service answers: always HTTP 200 with an encrypted reply envelope\n"
+        << "  {\"code\",\"token\",\"error\",\"msg\",\"timestamp\",\"data\"}. Code 0 is success. Refusals:\n"
+        << "  40001 BAD_REQUEST_BODY      body is not a valid encrypted envelope\n"
+        << "  40002 INVALID_DOCUMENT      request document lacks method/params/source/token/version\n"
+        << "  40401 METHOD_NOT_FOUND      standard method not known\n"
+        << "  40402 PATH_NOT_FOUND        enterprise path not known\n"
+        << "  40403 ADDRESS_NOT_FOUND     request to the fallback address /\n"
+        << "  50001 INTERNAL_ERROR        a handler failed\n"
+        << "  Other paths answer HTTP 404, other HTTP methods on a service address HTTP 405 (plain text).\n"
+        << "\n"
+        << "Control surface (same port, JSON, never logged):\n"
+        << "  GET  /_emulator/health    200 'ok'\n"
+        << "  GET  /_emulator/log       array of service requests in arrival order, each\n"
+        << "                            {seq, http_method, target, path, address, operation, headers,\n"
+        << "                             body, document, decode_error}; address is standard,\n"
+        << "                            enterprise, fallback or other; operation is the standard\n"
+        << "                            method or the enterprise suffix as received\n"
+        << "  POST /_emulator/reset     clear the log, the pending scripts and all service state\n"
+        << "  POST /_emulator/script    queue a scripted answer (see below), or an array of them (all\n"
+        << "                            or none); 200 {\"id\" or \"ids\",\"pending\"}, 400 {\"error\"}\n"
+        << "  GET  /_emulator/scripts   pending scripts with their remaining counts\n"
+        << "  A POST must carry a body or Content-Length: 0 (curl -d '{}'), or the server answers 400.\n"
+        << "\n"
+        << "Script object:\n"
+        << "  \"match\": \"client.config\" | \"/login\" | \"cms.token.refresh\" | \"*\"   (required)\n"
+        << "  \"times\": N (default 1)    number of requests it answers\n"
+        << "  \"delay_ms\": N             wait before answering\n"
+        << "  and at most one action (none with delay_ms: answer normally after the delay):\n"
+        << "  \"reply\": {...}            this JSON, encrypted, exactly as given (keys may be missing)\n"
+        << "  \"status\": N, \"body\": \"..\" raw HTTP status and unencrypted body\n"
+        << "  \"undecryptable\": true     HTTP 200 whose body is not Base64 of an envelope\n"
+        << "  \"not_json\": true          HTTP 200, valid envelope, plaintext not JSON\n"
+        << "  \"drop\": true              HTTP 200 head and half the body sent, then the connection is\n"
+        << "                            closed (libcurl: 'transfer closed with N bytes remaining to\n"
+        << "                            read'; exactly one request, libcurl does not retry)\n"
+        << "  \"drop\": \"empty\"           connection closed before any byte of the response (libcurl:\n"
+        << "                            'Empty reply from server'; on a reused keep-alive connection\n"
+        << "                            libcurl first retries once on a new one: use \"times\": 2)\n"
+        << "Scripts are taken first come first served by the next request whose operation equals\n"
+        << "\"match\" (or any request for \"*\"); they win over the built-in handlers.\n";
+    return out.str();
+}
+
+}  // namespace pelmor::emulator

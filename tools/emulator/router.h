@@ -1,0 +1,45 @@
+#pragma once
+
+#include "emulator/envelope.h"
+#include "emulator/service_state.h"
+
+#include <nlohmann/json.hpp>
+
+#include <functional>
+#include <string>
+#include <unordered_map>
+
+namespace pelmor::emulator {
+
+enum class Address { standard, enterprise, fallback, other };
+
+const char* address_name(Address address);
+
+// One decoded service request as a handler sees it.
+struct Call {
+    Address address;
+    const std::string& operation;  // standard method name or enterprise suffix
+    const nlohmann::ordered_json& document;
+    ServiceState& state;
+
+    const nlohmann::ordered_json& params() const;
+    std::string token() const;  // the request's "token", "" when absent or not a string
+};
+
+using Handler = std::function<Reply(const Call&)>;
+
+// Handlers by standard method name and by enterprise suffix. Filled once before the server starts and
+// only read afterwards, so lookups need no lock.
+class Router {
+  public:
+    void add_method(std::string method, Handler handler);
+    void add_path(std::string suffix, Handler handler);  // suffix exactly as the client appends it
+
+    const Handler* find(Address address, const std::string& operation) const;
+
+  private:
+    std::unordered_map<std::string, Handler> methods_;
+    std::unordered_map<std::string, Handler> paths_;
+};
+
+}  // namespace pelmor::emulator
