@@ -2,6 +2,7 @@
 
 #include "emulator/codec.h"
 
+#include <exception>
 #include <vector>
 
 namespace pelmor::emulator {
@@ -47,6 +48,26 @@ void queue_scripts(Context& ctx, const httplib::Request& req, httplib::Response&
     send_json(res, 200, body);
 }
 
+// Control endpoints that a service area registered with its handlers.
+void serve_area_control(Context& ctx, const ControlHandler& handler, const httplib::Request& req,
+                        httplib::Response& res) {
+    const bool post = req.method == "POST";
+    json input = json::object();
+    if (post) {
+        input = req.body.empty() ? json::object() : json::parse(req.body, nullptr, false);
+        if (input.is_discarded()) return send_error(res, 400, "the body is not JSON");
+    } else {
+        for (const auto& [key, value] : req.params)
+            input[key] = value;
+    }
+    try {
+        ControlAnswer answer = handler(post, input, ctx.state);
+        send_json(res, answer.status, answer.body);
+    } catch (const std::exception& e) {
+        send_error(res, 500, e.what());
+    }
+}
+
 }  // namespace
 
 bool is_control_path(const std::string& path) {
@@ -78,6 +99,8 @@ void control(Context& ctx, const httplib::Request& req, httplib::Response& res) 
     } else if (name == "script") {
         if (!post) return send_error(res, 405, "use POST");
         queue_scripts(ctx, req, res);
+    } else if (const ControlHandler* handler = ctx.router.find_control(name)) {
+        serve_area_control(ctx, *handler, req, res);
     } else {
         send_error(res, 404, "unknown control endpoint; see --help");
     }

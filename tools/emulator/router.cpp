@@ -48,4 +48,14 @@ const Handler* Router::find(Address address, const std::string& operation) const
     return it == table.end() ? nullptr : &it->second;
 }
 
+void Router::add_control(std::string name, ControlHandler handler) {
+    if (!controls_.emplace(std::move(name), std::move(handler)).second)
+        throw std::logic_error("control endpoint registered twice");
+}
+
+const ControlHandler* Router::find_control(const std::string& name) const {
+    const auto it = controls_.find(name);
+    return it == controls_.end() ? nullptr : &it->second;
+}
+
 }  // namespace pelmor::emulator

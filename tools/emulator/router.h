@@ -28,6 +28,15 @@ struct Call {
 
 using Handler = std::function<Reply(const Call&)>;
 
+// An extra control endpoint of one service area, served under /_emulator/<name> (a scan to simulate, an
+// order to pay, ...). input is the POST body as JSON, or for a GET an object of the query parameters.
+struct ControlAnswer {
+    int status = 200;
+    nlohmann::ordered_json body = nlohmann::ordered_json::object();
+};
+using ControlHandler =
+    std::function<ControlAnswer(bool post, const nlohmann::ordered_json& input, ServiceState& state)>;
+
 // Handlers by standard method name and by enterprise suffix. Filled once before the server starts and
 // only read afterwards, so lookups need no lock.
 class Router {
@@ -37,7 +46,11 @@ class Router {
 
     const Handler* find(Address address, const std::string& operation) const;
 
+    void add_control(std::string name, ControlHandler handler);
+    const ControlHandler* find_control(const std::string& name) const;
+
   private:
+    std::unordered_map<std::string, ControlHandler> controls_;
     std::unordered_map<std::string, Handler> methods_;
     std::unordered_map<std::string, Handler> paths_;
 };
