@@ -1,0 +1,84 @@
+#pragma once
+
+#include <pelmor/HalvexReply.h>
+#include <pelmor/ISocketDevice.h>
+#include <pelmor/platform/XJson.h>
+#include <pelmor/platform/XString.h>
+
+#include <QByteArray>
+#include <initializer_list>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "frame/ServiceCall.h"
+
+// Pieces the standard operations share beyond ServiceCall: wide-text parameters, device identifiers,
+// and the ways a reply's data is handed to a callback.
+namespace StandardCall {
+
+// A named wide-text parameter, as the account operations take them.
+using WideParam = std::pair<const char*, const wchar_t*>;
+
+// True when every text is there (an empty text counts as there).
+inline bool AllPresent(std::initializer_list<WideParam> texts) noexcept {
+    for (const WideParam& text : texts)
+        if (!text.second) return false;
+    return true;
+}
+
+// The texts as a parameters object, in the order given.
+inline XJson WideParams(std::initializer_list<WideParam> texts) {
+    XJson params;
+    for (const WideParam& text : texts)
+        params.Append(text.first, XString(text.second));
+    return params;
+}
+
+// Bytes sent as a byte string stop at the first zero byte, like the C string they are taken as.
+inline std::string Bytes(const QByteArray& bytes) {
+    return std::string(bytes.constData());
+}
+
+inline std::string Bytes(const char* text) {
+    return text ? std::string(text) : std::string();
+}
+
+// The device's file record; a missing device has none.
+inline const XSocketDeviceFile* FileRecord(ISocketDevice* device) {
+    return device ? device->GetFileRecord() : nullptr;
+}
+
+// The callback is called with one text of the data as wide text, valid for the call only.
+template <typename Callback>
+auto WideText(const char* key, const Callback& callback) {
+    return [key, &callback](HalvexReply& reply) { callback(reply.Data().ToXString(key).c_str()); };
+}
+
+// A record made empty, filled by SetJson from a copy of the reply's data, handed to the callback and
+// destroyed when it returns.
+template <typename Record, typename Callback>
+auto FilledRecord(const Callback& callback) {
+    return [&callback](HalvexReply& reply) {
+        ServiceCall::HandRecord(
+            [&] {
+                Record* record = new (std::nothrow) Record();
+                if (record) {
+                    XJson data(reply.Data());
+                    record->SetJson(data);
+                }
+                return record;
+            },
+            callback);
+    };
+}
+
+// A record built whole by its constructor from the reply's data, handed over and destroyed.
+template <typename Record, typename Callback>
+auto ConstructedRecord(const Callback& callback) {
+    return [&callback](HalvexReply& reply) {
+        ServiceCall::HandRecord([&] { return new (std::nothrow) Record(reply.Data()); }, callback);
+    };
+}
+
+}  // namespace StandardCall
