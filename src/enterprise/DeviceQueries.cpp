@@ -1,0 +1,160 @@
+#include <pelmor/HalvexReply.h>
+#include <pelmor/ISocketDevice.h>
+#include <pelmor/ISocketFeedback.h>
+#include <pelmor/platform/PlatformString.h>
+
+#include <cstring>
+#include <string>
+
+#include "EnterpriseRecord.h"
+#include "PelmorSocketEnterprise.h"
+#include "frame/ServiceCall.h"
+#include "records/CSocketRecords.h"
+
+namespace {
+
+std::string Text(const char* text) {
+    return text ? std::string(text) : std::string();
+}
+
+// The service names a device by its chip id and, for the paid checks, its serial; no description.
+XJson ByEcid(ISocketDevice* device) {
+    XJson params;
+    params.Append("ecid", PelmorSocketHelper::DeviceToECID(device));
+    return params;
+}
+
+XJson ByEcidAndSerial(ISocketDevice* device) {
+    XJson params = ByEcid(device);
+    params.Append("srnm", PelmorSocketHelper::DeviceToSerial(device));
+    return params;
+}
+
+// The activation-lock, refurbishment and SIM-lock checks differ only in path and record.
+template <typename Record, typename Callback>
+ISocketReply* CheckLine(const wchar_t* path, ISocketDevice* device, const Callback& callback) {
+    return ServiceCall::Enterprise(
+        path, device && callback, [&] { return ByEcidAndSerial(device); },
+        [&](HalvexReply& reply) { EnterpriseRecord::Fill<Record>(reply, callback); });
+}
+
+}  // namespace
+
+ISocketReply* PelmorSocketEnterprise::VerifyDevice(ISocketDevice* device, const QByteArray& file,
+                                                   std::function<void(ISocketInfoVerify*)> callback) {
+    // The file record is only asked for: without one the device cannot be checked.
+    return ServiceCall::Enterprise(
+        L"/device/check", device && callback && device->GetFileRecord(),
+        [&] {
+            XJson params;
+            params.Add("info", DeviceToJson(device));
+            // The bytes travel as text, so they end at the first zero byte.
+            params.Add("file", std::string(file.constData(), qstrnlen(file.constData(), file.size())));
+            params.Append("ecid", DeviceToECID(device));
+            return params;
+        },
+        [&](HalvexReply& reply) {
+            ServiceCall::HandRecord(
+                [&]() -> CSocketInfoVerify* {
+                    auto* report = new (std::nothrow) CSocketInfoVerify();
+                    if (report) {
+                        XJson data = reply.Data();
+                        report->SetJson(data);
+                        report->SetError(1);
+                        report->SetRequestMessage(Platform::String::QW(reply.Message()));
+                    }
+                    return report;
+                },
+                callback);
+        });
+}
+
+ISocketReply* PelmorSocketEnterprise::DeviceIpsw(ISocketDevice* device,
+                                                 std::function<void(ISocketInfoIpsw*)> callback) {
+    return ServiceCall::Enterprise(
+        L"/ipsw/brush", device && callback,
+        [&] {
+            XJson params;
+            params.Append("type", DeviceToProductType(device));
+            return params;
+        },
+        [&](HalvexReply& reply) { EnterpriseRecord::Fill<CSocketInfoIpsw>(reply, callback); });
+}
+
+// The same form as the standard edition's, but this service calls the contact "contactWay" and the
+// device's name "deviceName".
+ISocketReply* PelmorSocketEnterprise::Feedback(ISocketFeedback* feedback,
+                                               std::function<void(QString)> callback) {
+    return ServiceCall::Enterprise(
+        L"/user/feedback", feedback && callback,
+        [&] {
+            XJson params;
+            params.Add("contactWay", Text(feedback->GetContactId()));
+            params.Add("message", Text(feedback->GetMessage()));
+            params.Add("osVer", Text(feedback->GetOsVersion()));
+            params.Add("itunesVer", Text(feedback->GetItunesVersion()));
+            params.Add("deviceName", Text(feedback->GetMobileName()));
+            params.Add("ecid", Text(feedback->GetEcid()));
+            return params;
+        },
+        // The service's answer sentence, also when it refused.
+        [&](HalvexReply& reply) { callback(reply.Message()); });
+}
+
+ISocketReply* PelmorSocketEnterprise::DeviceKey(std::function<void(ISocketInfoKey*)> callback) {
+    return ServiceCall::Enterprise(
+        L"/device/fields", static_cast<bool>(callback), [] { return XJson(); },
+        [&](HalvexReply& reply) { EnterpriseRecord::Fill<CSocketInfoKey>(reply, callback); });
+}
+
+ISocketReply* PelmorSocketEnterprise::QueryBasic(ISocketDevice* device,
+                                                 std::function<void(ISocketQueryBasic*)> callback) {
+    return ServiceCall::Enterprise(
+        L"/device/details", device && callback, [&] { return ByEcid(device); },
+        [&](HalvexReply& reply) { EnterpriseRecord::Fill<CSocketQueryBasic>(reply, callback); });
+}
+
+ISocketReply* PelmorSocketEnterprise::QueryDetails(std::function<void(ISocketQueryDetails*)> callback) {
+    return ServiceCall::Enterprise(
+        L"/ckcheck/details", static_cast<bool>(callback), [] { return XJson(); },
+        [&](HalvexReply& reply) { EnterpriseRecord::Fill<CSocketQueryDetails>(reply, callback); });
+}
+
+ISocketReply* PelmorSocketEnterprise::QueryIdlock(ISocketDevice* device,
+                                                  std::function<void(ISocketQueryIdlock*)> callback) {
+    return CheckLine<CSocketQueryIdlock>(L"/ckcheck/idlock", device, callback);
+}
+
+ISocketReply* PelmorSocketEnterprise::QueryRefurbish(ISocketDevice* device,
+                                                     std::function<void(ISocketQueryRefurbish*)> callback) {
+    return CheckLine<CSocketQueryRefurbish>(L"/ckcheck/refurbish", device, callback);
+}
+
+ISocketReply* PelmorSocketEnterprise::QuerySimlock(ISocketDevice* device,
+                                                   std::function<void(ISocketQuerySimlock*)> callback) {
+    return CheckLine<CSocketQuerySimlock>(L"/ckcheck/simlock", device, callback);
+}
+
+// The warranty record reads its data in its constructor (and picks its key by the library's edition).
+ISocketReply* PelmorSocketEnterprise::QueryWarranty(
+    ISocketDevice* device, std::function<void(const ISocketQueryWarranty*)> callback) {
+    return ServiceCall::Enterprise(
+        L"/ckcheck/warranty", device && callback, [&] { return ByEcidAndSerial(device); },
+        [&](HalvexReply& reply) {
+            ServiceCall::HandRecord([&] { return new (std::nothrow) CSocketQueryWarranty(reply.Data()); },
+                                    callback);
+        });
+}
+
+ISocketReply* PelmorSocketEnterprise::QueryInvoice(const char* date,
+                                                   std::function<void(ISocketQueryInvoice*)> callback) {
+    return ServiceCall::Enterprise(
+        L"/ckcheck/bill/daily", date && callback,
+        [&] {
+            XJson params;
+            params.Add("date", std::string(date));
+            return params;
+        },
+        // The data is the array of the day's lines.
+        [&](HalvexReply& reply) { EnterpriseRecord::Fill<CSocketQueryInvoice>(reply, callback); });
+}
