@@ -21,6 +21,7 @@ struct Call {
     const std::string& operation;  // standard method name or enterprise suffix
     const nlohmann::ordered_json& document;
     ServiceState& state;
+    std::string client_address = {};  // the peer address the request came from, as the server saw it
 
     const nlohmann::ordered_json& params() const;
     std::string token() const;  // the request's "token", "" when absent or not a string

@@ -44,8 +44,8 @@ std::string document_problem(Address address, const json& document) {
     return {};
 }
 
-Reply build_reply(Context& ctx, Address address, const std::string& operation,
-                  const codec::Decoded& decoded) {
+Reply build_reply(Context& ctx, Address address, const std::string& operation, const codec::Decoded& decoded,
+                  const std::string& client_address) {
     if (address == Address::fallback)
         return refuse(refusal::kAddressNotFound, "ADDRESS_NOT_FOUND", "请求地址不存在");
     if (!decoded.ok()) return refuse(refusal::kBadRequestBody, "BAD_REQUEST_BODY", "请求数据解析失败");
@@ -59,7 +59,7 @@ Reply build_reply(Context& ctx, Address address, const std::string& operation,
                    : refuse(refusal::kPathNotFound, "PATH_NOT_FOUND", "接口路径不存在: " + operation);
     }
     try {
-        return (*handler)(Call{address, operation, decoded.document, ctx.state});
+        return (*handler)(Call{address, operation, decoded.document, ctx.state, client_address});
     } catch (const std::exception& e) {
         return refuse(refusal::kInternalError, "INTERNAL_ERROR", std::string("服务器内部错误: ") + e.what());
     }
@@ -78,7 +78,7 @@ std::string answer_normally(Context& ctx, const httplib::Request& req, httplib::
         res.set_content("method not allowed\n", "text/plain");
         return "status 405";
     }
-    const json envelope = render_envelope(build_reply(ctx, address, operation, decoded));
+    const json envelope = render_envelope(build_reply(ctx, address, operation, decoded, req.remote_addr));
     send_body(res, codec::encode_document(envelope));
     return code_summary(envelope);
 }
