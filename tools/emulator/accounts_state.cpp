@@ -10,10 +10,6 @@ namespace pelmor::emulator::accounts {
 
 namespace {
 
-json& area(json& values) {
-    return values["accounts"];
-}
-
 std::string six_digits() {
     static thread_local std::mt19937 engine{std::random_device{}()};
     return std::to_string(std::uniform_int_distribution<int>(100000, 999999)(engine));
@@ -31,6 +27,18 @@ long long next_number(json& counters, const char* name, long long first) {
 }
 
 }  // namespace
+
+// Every member a handler may hold a reference to exists from the start: an ordered_json object is a
+// vector, and adding a member to it copies its other members, which would leave such references dangling.
+json& area(json& values) {
+    json& a = values["accounts"];
+    if (a.is_null()) {
+        a = json::object();
+        for (const char* member : {"counters", "sms", "latestSms", "users", "tokens", "wx", "wxUsers"})
+            a[member] = json::object();
+    }
+    return a;
+}
 
 std::string issue_sms_code(json& values, const std::string& mobile, const char* method) {
     json& a = area(values);

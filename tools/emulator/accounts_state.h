@@ -27,6 +27,9 @@ std::string issue_sms_code(json& values, const std::string& mobile, const char* 
 // Checks code and serial for mobile and uses the code up; refuses a wrong, used, expired or foreign one.
 void use_sms_code(json& values, const std::string& mobile, const std::string& code, const std::string& no);
 
+// The accounts area itself, with all its members present (see the .cpp for why).
+json& area(json& values);
+
 // The latest code per mobile ({"mobile","no","code","method","issuedAt","used"}), null when none.
 json latest_sms(json& values, const std::string& mobile);
 json all_sms(json& values);

@@ -61,8 +61,7 @@ Reply login_wx_qr(const Call& call) {
         refuse_with(refusal::kParamInvalid, "PARAM_INVALID", "参数格式错误: way");
     const std::string key = "wx" + random_hex(24);
     call.state.update([&](json& v) {
-        v["accounts"]["wx"][key] =
-            json{{"key", key}, {"createdAt", now_ms()}, {"scanned", false}, {"openId", ""}};
+        area(v)["wx"][key] = json{{"key", key}, {"createdAt", now_ms()}, {"scanned", false}, {"openId", ""}};
     });
     const std::string qr = service_base_url() + "/wx/connect?key=" + key;
     return success(json{{"qr", qr}, {"key", key}}, "获取成功");
@@ -70,7 +69,7 @@ Reply login_wx_qr(const Call& call) {
 
 // The WeChat session of a QR key; refuses an unknown or expired key.
 json& wx_session(json& values, const std::string& key) {
-    json& sessions = values["accounts"]["wx"];
+    json& sessions = area(values)["wx"];
     const auto it = sessions.find(key);
     if (it == sessions.end() || now_ms() - (*it)["createdAt"].get<long long>() > kQrLifetimeMs)
         refuse_with(refusal::kWxKeyInvalid, "WX_KEY_INVALID", "二维码已过期，请刷新");
@@ -78,7 +77,7 @@ json& wx_session(json& values, const std::string& key) {
 }
 
 json& wx_user(json& values, const std::string& open_id) {
-    json& users = values["accounts"]["wxUsers"];
+    json& users = area(values)["wxUsers"];
     const auto it = users.find(open_id);
     if (it == users.end()) refuse_with(refusal::kWxUnknown, "WX_UNKNOWN", "微信用户不存在，请重新扫码");
     return *it;
@@ -148,7 +147,7 @@ Reply token_refresh(const Call& call) {
     const std::string old_token = text_param(call, "token");
     text_param(call, "key");
     const std::string token = call.state.update([&](json& v) {
-        const json& tokens = v["accounts"]["tokens"];
+        const json& tokens = area(v)["tokens"];
         const auto it = tokens.find(old_token);
         if (it == tokens.end())
             refuse_with(refusal::kTokenInvalid, "TOKEN_INVALID", "登录已失效，请重新登录");
@@ -184,7 +183,7 @@ std::string input_text(const json& input, const char* key, std::string fallback)
 ControlAnswer control_wx_scan(bool post, const json& input, ServiceState& state) {
     if (!post) return {405, json{{"error", "use POST"}}};
     return state.update([&](json& v) -> ControlAnswer {
-        json& sessions = v["accounts"]["wx"];
+        json& sessions = area(v)["wx"];
         std::string key = input_text(input, "key", "");
         if (key.empty()) {
             for (auto& [k, session] : sessions.items())
@@ -193,7 +192,7 @@ ControlAnswer control_wx_scan(bool post, const json& input, ServiceState& state)
         const auto it = sessions.find(key);
         if (it == sessions.end()) return not_found("no such QR key (ask for a QR code first)");
         const std::string open_id = input_text(input, "openId", "o" + random_hex(27));
-        json& users = v["accounts"]["wxUsers"];
+        json& users = area(v)["wxUsers"];
         if (!users.contains(open_id)) {
             users[open_id] =
                 json{{"openId", open_id},

@@ -17,13 +17,16 @@ using json = nlohmann::ordered_json;
 // Until told otherwise an order pays itself on this poll, so that a host walks the flow unattended.
 constexpr long long kDefaultAutoPayPolls = 3;
 
+// All members present from the start, so that references into the area survive (as for the accounts).
 json& area(json& values) {
-    return values["professional"];
+    json& a = values["professional"];
+    if (a.is_null())
+        a = json{{"counter", 0}, {"autoPayPolls", kDefaultAutoPayPolls}, {"orders", json::object()}};
+    return a;
 }
 
 long long auto_pay_polls(json& values) {
-    const json& setting = area(values)["autoPayPolls"];
-    return setting.is_number_integer() ? setting.get<long long>() : kDefaultAutoPayPolls;
+    return area(values)["autoPayPolls"].get<long long>();
 }
 
 std::string utc_time(const char* format) {
@@ -60,9 +63,8 @@ Reply check_pro_qrcode(const Call& call) {
     const double price = factory().professional_price();
     const std::string trade_no = call.state.update([&](json& v) {
         const long long uid = accounts::require_user(v, call)["uid"].get<long long>();
-        json& counter = area(v)["counter"];
-        const long long n = (counter.is_number_integer() ? counter.get<long long>() : 0) + 1;
-        counter = n;
+        const long long n = area(v)["counter"].get<long long>() + 1;
+        area(v)["counter"] = n;
         char serial_no[8];
         std::snprintf(serial_no, sizeof serial_no, "%04lld", n % 10000);
         const std::string no = "PM" + utc_time("%Y%m%d%H%M%S") + serial_no;
@@ -108,10 +110,9 @@ Reply check_pro(const Call& call) {
     const json* record = reportable(ecid, description_text(info, "srnm"));
     if (!record) no_report();
     call.state.update([&](json& v) {
-        const json& user = accounts::require_user(v, call);
+        const json uid = accounts::require_user(v, call)["uid"];
         for (const auto& [no, order] : area(v)["orders"].items())
-            if (order["uid"] == user["uid"] && order["srnm"] == (*record)["srnm"] &&
-                order["paid"].get<bool>())
+            if (order["uid"] == uid && order["srnm"] == (*record)["srnm"] && order["paid"].get<bool>())
                 return;
         refuse_with(refusal::kNotPaid, "NOT_PAID", "请先支付专业验机报告");
     });
