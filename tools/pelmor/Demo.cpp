@@ -1,0 +1,270 @@
+// pelmor demo: a whole session against pelmor-emulator, started here when none answers, with each step
+// shown as the command a user would type.
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <boost/json/parse.hpp>
+#include <chrono>
+#include <ctime>
+#include <iostream>
+#include <thread>
+
+#include "Command.h"
+#include "DeviceFile.h"
+#include "HttpClient.h"
+#include "commands/Flows.h"
+
+extern char** environ;
+
+namespace pelmor {
+
+namespace {
+
+// The emulator's control surface, beside the service on the same port.
+const char kHealth[] = "/_emulator/health";
+const char kSmsCode[] = "/_emulator/sms?mobile=";
+const char kPayOrder[] = "/_emulator/pay";
+const char kCaptcha[] = "/_emulator/coverage/captcha";
+
+const char kMobile[] = "13800138000";
+const char kHandset[] = "replaced-screen-battery";
+const char kEnterpriseAccount[] = "demo";
+const char kEnterprisePassword[] = "demo1234";
+
+bool Answers(const std::string& host) {
+    return HttpRequest(host, "GET", kHealth, "", 1000).status == 200;
+}
+
+Json Control(const std::string& host, const std::string& method, const std::string& target,
+             const std::string& body = "") {
+    const HttpAnswer answer = HttpRequest(host, method, target, body);
+    boost::system::error_code ec;
+    Json value = boost::json::parse(answer.body, ec);
+    return answer.status == 200 && !ec ? value : Json();
+}
+
+std::string Member(const Json& value, const char* key) {
+    const Json* member = value.is_object() ? value.get_object().if_contains(key) : nullptr;
+    return member && member->is_string() ? std::string(member->get_string()) : std::string();
+}
+
+std::string FindEmulator() {
+    std::vector<std::string> candidates{ExecutableDirectory() + "/pelmor-emulator"};
+#ifdef PELMOR_EMULATOR_BUILD_PATH
+    candidates.push_back(PELMOR_EMULATOR_BUILD_PATH);
+#endif
+    const char* path = std::getenv("PATH");
+    std::string dirs = path ? path : "/usr/local/bin:/usr/bin";
+    for (std::size_t start = 0, end; start <= dirs.size(); start = end + 1) {
+        end = dirs.find(':', start);
+        if (end == std::string::npos) end = dirs.size();
+        if (end > start) candidates.push_back(dirs.substr(start, end - start) + "/pelmor-emulator");
+    }
+    for (const std::string& candidate : candidates)
+        if (access(candidate.c_str(), X_OK) == 0) return candidate;
+    return "";
+}
+
+// An emulator this demo started; stopped again when the demo ends.
+class StartedEmulator {
+  public:
+    ~StartedEmulator() { Stop(); }
+
+    bool Start(const std::string& host, std::string& error) {
+        const std::string program = FindEmulator();
+        if (program.empty()) {
+            error = "nothing answers on " + host +
+                    " and pelmor-emulator was found neither beside pelmor nor on PATH";
+            return false;
+        }
+        const std::string port = host.substr(host.rfind(':') + 1);
+        const std::string log = "/tmp/pelmor-demo-emulator-" + std::to_string(getpid()) + ".log";
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
+                                         0600);
+        posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+        const char* argv[] = {program.c_str(), "--port", port.c_str(), nullptr};
+        const int failed =
+            posix_spawn(&pid_, program.c_str(), &actions, nullptr, const_cast<char* const*>(argv), environ);
+        posix_spawn_file_actions_destroy(&actions);
+        if (failed) {
+            pid_ = -1;
+            error = program + ": cannot start it";
+            return false;
+        }
+        for (int i = 0; i < 100; ++i) {
+            if (Answers(host)) {
+                std::cout << "Started " << program << " on port " << port << " (log " << log << ").\n";
+                return true;
+            }
+            int status = 0;
+            if (waitpid(pid_, &status, WNOHANG) == pid_) {
+                pid_ = -1;
+                error = "pelmor-emulator exited during start-up; see " + log;
+                return false;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+        error = "pelmor-emulator did not answer on " + host + " within 10 s";
+        Stop();
+        return false;
+    }
+
+    void Stop() {
+        if (pid_ <= 0) return;
+        kill(pid_, SIGTERM);
+        for (int i = 0; i < 50; ++i) {
+            if (waitpid(pid_, nullptr, WNOHANG) == pid_) {
+                pid_ = -1;
+                return;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+        kill(pid_, SIGKILL);
+        waitpid(pid_, nullptr, 0);
+        pid_ = -1;
+    }
+
+    bool Running() const { return pid_ > 0; }
+
+  private:
+    pid_t pid_ = -1;
+};
+
+class Walk {
+  public:
+    explicit Walk(Session& s) : s_(s) {}
+
+    void Step(const std::string& title) {
+        std::cout << "\n== " << ++steps_ << ". " << title << " ==" << std::endl;
+    }
+    // Runs one command as a user would type it, showing the line first.
+    bool Run(const std::vector<std::string>& words) {
+        std::string line = "$ pelmor";
+        for (const auto& word : words)
+            line += " " + (word.find(' ') == std::string::npos ? word : "'" + word + "'");
+        std::cout << line << std::endl;
+        return Check(Dispatch(s_, words) == kOk);
+    }
+    bool Check(bool ok) {
+        if (!ok) failed_.push_back(steps_);
+        std::cout.flush();
+        return ok;
+    }
+    int Finish() {
+        std::cout << "\n";
+        if (failed_.empty()) {
+            std::cout << "Demo complete: all " << steps_ << " steps worked." << std::endl;
+            return kOk;
+        }
+        std::string list;
+        for (int step : failed_)
+            list += (list.empty() ? "" : ", ") + std::to_string(step);
+        std::cout << "Demo finished; steps with failures: " << list << " (of " << steps_ << ")." << std::endl;
+        return kFailed;
+    }
+
+  private:
+    Session& s_;
+    int steps_ = 0;
+    std::vector<int> failed_;
+};
+
+std::string Today() {
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    gmtime_r(&now, &utc);
+    char text[16];
+    std::strftime(text, sizeof text, "%Y-%m-%d", &utc);
+    return text;
+}
+
+int Demo(Session& s, const Args&) {
+    const std::string host = PELMOR_SERVICE_HOST;
+    StartedEmulator emulator;
+    if (!Answers(host)) {
+        std::string error;
+        if (!emulator.Start(host, error)) return s.Fail("demo", error, kFailed);
+    } else {
+        std::cout << "Using the service that answers on " << host << ".\n";
+    }
+    // The demo logs in as a demo user; the user's own saved session stays as it is.
+    s.ForgetStateFile();
+    Walk walk(s);
+
+    walk.Step("Configuration");
+    walk.Run({"config"});
+
+    walk.Step("Log-in by SMS code");
+    if (walk.Run({"sms-code", kMobile})) {
+        const std::string code = Member(Control(host, "GET", std::string(kSmsCode) + kMobile), "code");
+        std::cout << "(the emulator texted the code " << (code.empty() ? "?" : code) << ")\n";
+        walk.Run({"login", kMobile, code.empty() ? "000000" : code});
+    }
+
+    walk.Step("User and privileges");
+    walk.Run({"user"});
+    walk.Run({"privileges"});
+
+    walk.Step("Verification of a handset whose screen and battery were replaced");
+    walk.Run({"device", kHandset});
+    walk.Run({"verify", kHandset});
+
+    walk.Step("Professional check");
+    walk.Run({"pro-check", kHandset});
+
+    walk.Step("Payment by QR code (paid through the emulator) and the professional report");
+    if (auto device = s.Device("demo", kHandset)) {
+        std::cout << "$ pelmor pay " << kHandset << std::endl;
+        std::thread payer;
+        const int paid = PayAndWait(s, *device, true, true, 60, [&](const std::string& order) {
+            // Someone pays on a phone a moment later.
+            payer = std::thread([host, order] {
+                std::this_thread::sleep_for(std::chrono::seconds(2));
+                Control(host, "POST", kPayOrder, "{\"tradeNo\":\"" + order + "\"}");
+            });
+        });
+        if (payer.joinable()) payer.join();
+        if (walk.Check(paid == kOk)) walk.Run({"pro-report", kHandset});
+    }
+
+    walk.Step("Warranty look-up on the coverage site, through its captcha");
+    if (auto device = s.Device("demo", kHandset)) {
+        std::cout << "$ pelmor coverage " << kHandset << std::endl;
+        walk.Check(CoverageLookup(s, *device, [&](const std::string& path, std::string& answer) {
+                       answer = Member(Control(host, "GET", kCaptcha), "answer");
+                       std::cout << "captcha saved to " << path << "; the emulator says its answer is "
+                                 << (answer.empty() ? "?" : answer) << std::endl;
+                       return !answer.empty();
+                   }) == kOk);
+    }
+
+    walk.Step("Enterprise log-in and queries");
+    if (walk.Run({"ent", "login", kEnterpriseAccount, kEnterprisePassword})) {
+        walk.Run({"ent", "balance"});
+        walk.Run({"ent", "idlock", kHandset});
+        walk.Run({"ent", "warranty", kHandset});
+        walk.Run({"ent", "bill", Today()});
+    }
+
+    if (emulator.Running()) std::cout << "\nStopping the pelmor-emulator the demo started." << std::endl;
+    emulator.Stop();
+    return walk.Finish();
+}
+
+}  // namespace
+
+std::vector<Command> DemoCommands() {
+    return {
+        {"Demo", "demo", PELMOR_SOCKET_EDITION_STANDARD, "", "", 0, 0,
+         "walk a whole session against pelmor-emulator (started when none is running)", Demo},
+    };
+}
+
+}  // namespace pelmor

@@ -1,0 +1,158 @@
+#include "Session.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <iostream>
+
+#include "DeviceFile.h"
+#include "Devices.h"
+
+namespace pelmor {
+
+namespace {
+
+const char* EditionName(ENUM_PELMOR_SOCKET_EDITION edition) {
+    return edition == PELMOR_SOCKET_EDITION_ENTERPRISE ? "enterprise" : "standard";
+}
+
+}  // namespace
+
+Session::Session(Options options) : options_(std::move(options)) {}
+
+Session::~Session() {
+    EndProgress();
+}
+
+void Session::Open() {
+    std::string warning;
+    if (!state_.Load(options_.statePath, warning) && !options_.statePath.empty())
+        std::cerr << "pelmor: " << warning << '\n';
+}
+
+bool Session::Ready(std::string& error) {
+    if (library_.create) return true;
+    return library_.Load(options_.library, error);
+}
+
+PelmorSocketInterface* Session::Service(ENUM_PELMOR_SOCKET_EDITION edition) {
+    if (service_ && serviceEdition_ == edition) return service_;
+    if (service_) library_.destroy();
+    service_ = nullptr;
+    if (!library_.create(edition, XString(L"Brisel"), XString(L"4.0.0"))) return nullptr;
+    service_ = library_.instance();
+    serviceEdition_ = edition;
+    if (service_)
+        service_->SetToken(
+            Wide(edition == PELMOR_SOCKET_EDITION_ENTERPRISE ? state_.enterpriseToken : state_.token));
+    return service_;
+}
+
+PelmorSocketInterface& Session::S() {
+    // Open() has bound the library, and create only fails when memory runs out.
+    PelmorSocketInterface* service = Service(edition_);
+    if (!service) {
+        std::cerr << "pelmor: the library could not create its service object\n";
+        std::exit(kFailed);
+    }
+    return *service;
+}
+
+void Session::KeepToken(const std::string& token) {
+    (edition_ == PELMOR_SOCKET_EDITION_ENTERPRISE ? state_.enterpriseToken : state_.token) = token;
+    S().SetToken(Wide(token));
+    SaveState();
+}
+
+void Session::ForgetStateFile() {
+    options_.statePath.clear();
+    const std::string key = state_.key;
+    state_ = State();
+    state_.key = key;
+    if (service_) service_->SetToken(XString());
+}
+
+bool Session::SaveState() {
+    std::string error;
+    if (state_.Save(options_.statePath, error)) return true;
+    std::cerr << "pelmor: " << error << '\n';
+    return false;
+}
+
+Session::Answer Session::Ask(const std::function<ISocketReply*()>& call) {
+    Answer answer;
+    ISocketReply* reply = call();
+    if (!reply) return answer;
+    answer.offered = true;
+    answer.success = reply->IsSuccess();
+    answer.code = reply->Code();
+    answer.error = Utf8(reply->Error());
+    answer.message = OneLine(Utf8(reply->Message()));
+    reply->Release();
+    return answer;
+}
+
+int Session::Report(const std::string& what, const Answer& answer) {
+    EndProgress();
+    if (!answer.offered) {
+        return Fail(what,
+                    std::string("not offered by the ") + EditionName(edition_) +
+                        " edition of this library (it answered with no reply)",
+                    kNotOffered);
+    }
+    if (answer.success) return kOk;
+    std::cerr << "pelmor: " << what << ": " << answer.code << ' '
+              << (answer.error.empty() ? "-" : answer.error) << ' ' << answer.message;
+    if (answer.code == 3 || answer.code == 5) std::cerr << " (is the service or pelmor-emulator running?)";
+    std::cerr << std::endl;
+    if (options_.json)
+        Show(JsonObject{{"ok", false},
+                        {"operation", what},
+                        {"code", answer.code},
+                        {"error", answer.error},
+                        {"message", answer.message}});
+    return kFailed;
+}
+
+int Session::Call(const std::string& what, const std::function<ISocketReply*()>& call) {
+    return Report(what, Ask(call));
+}
+
+int Session::Exchange(const std::string& what, const std::function<ISocketReply*(JsonObject& result)>& call) {
+    JsonObject result;
+    const int status = Call(what, [&] { return call(result); });
+    if (status != kOk) return status;
+    // Message() of a successful reply is a fixed fallback text, not the service's word: show no text.
+    if (result.empty()) result["ok"] = true;
+    Show(result);
+    return kOk;
+}
+
+int Session::Fail(const std::string& what, const std::string& message, int status) {
+    EndProgress();
+    std::cerr << "pelmor: " << (what.empty() ? "" : what + ": ") << OneLine(message) << std::endl;
+    return status;
+}
+
+void Session::Progress(const std::string& text) {
+    if (isatty(STDERR_FILENO)) {
+        std::cerr << "\r\033[K" << text << std::flush;
+        progressShown_ = true;
+    } else {
+        std::cerr << text << '\n';
+    }
+}
+
+void Session::EndProgress() {
+    if (progressShown_) std::cerr << '\n';
+    progressShown_ = false;
+}
+
+std::unique_ptr<CDeviceFile> Session::Device(const std::string& what, const std::string& nameOrPath) {
+    std::string error;
+    std::unique_ptr<CDeviceFile> device = LoadDevice(nameOrPath, error);
+    if (!device) Fail(what, error);
+    return device;
+}
+
+}  // namespace pelmor

@@ -1,0 +1,132 @@
+// The paid professional report: price, payment by QR code, and the report itself.
+#include <pelmor/records/ProfessionalReport.h>
+
+#include <chrono>
+#include <iostream>
+#include <thread>
+
+#include "Command.h"
+#include "DeviceFile.h"
+#include "Terminal.h"
+#include "commands/Flows.h"
+
+namespace pelmor {
+
+namespace {
+
+int ProCheck(Session& s, const Args& a) {
+    auto device = s.Device("pro-check", a[0]);
+    if (!device) return kBadInput;
+    return s.Exchange("pro-check", [&](JsonObject& out) {
+        return s.S().ProfessionalCheck(device.get(), [&](bool exist, double price) {
+            out = {{"report available", exist}, {"price", price}};
+        });
+    });
+}
+
+// One look at the order; paid is set only when the exchange worked.
+int PaymentState(Session& s, const QString& tradeNo, bool& paid) {
+    return s.Call("pay", [&] { return s.S().PaymentResult(tradeNo, [&](bool status) { paid = status; }); });
+}
+
+int Pay(Session& s, const Args& a) {
+    auto device = s.Device("pay", a[0]);
+    if (!device) return kBadInput;
+    return PayAndWait(s, *device, a.Get("--way", "1") != "0", !a.Has("--no-wait"),
+                      std::atoi(a.Get("--timeout", "300").c_str()), [](const std::string&) {});
+}
+
+int PayStatus(Session& s, const Args& a) {
+    bool paid = false;
+    const int status = PaymentState(s, QString::fromStdString(a[0]), paid);
+    if (status == kOk) s.Show(JsonObject{{"order", a[0]}, {"paid", paid}});
+    return status;
+}
+
+int ProReport(Session& s, const Args& a) {
+    auto device = s.Device("pro-report", a[0]);
+    if (!device) return kBadInput;
+    QByteArray file = QByteArray::fromStdString(a.Get("--file"));
+    if (file.isEmpty() && device->GetFileRecord()) file = device->GetFileRecord()->data;
+    if (file.isEmpty()) return s.Fail("pro-report", a[0] + ": the device has no file data; pass --file");
+    return s.Exchange("pro-report", [&](JsonObject& out) {
+        return s.S().ProfessionalVerify(device.get(), file, [&](ISocketInfoProverify* r) {
+            out = {{"price", r->Reprice()}, {"date", Utf8(r->Date())}};
+            JsonArray items, variables;
+            r->TraverseItem([&](ISocketInfoProverifyItem* item) {
+                items.push_back(JsonObject{{"name", Utf8(item->GetName())},
+                                           {"result", Utf8(item->GetResult())},
+                                           {"on file", Utf8(item->GetSource())},
+                                           {"now", Utf8(item->GetCurrent())},
+                                           {"message", Utf8(item->GetMessage())}});
+            });
+            r->TraverseVariable([&](ISocketInfoProverifyVar* v) {
+                variables.push_back(JsonObject{{"name", Utf8(v->GetName())},
+                                               {"value", Utf8(v->GetValue())},
+                                               {"result", Utf8(v->GetResult())}});
+            });
+            out["items"] = std::move(items);
+            out["variables"] = std::move(variables);
+        });
+    });
+}
+
+}  // namespace
+
+int PayAndWait(Session& s, CDeviceFile& device, bool way, bool wait, int timeout,
+               const std::function<void(const std::string& order)>& onOrder) {
+    QString tradeNo;
+    QByteArray qr;
+    int status = s.Call("pay", [&] {
+        return s.S().PaymentPicture(&device, way, [&](QString no, QByteArray code) {
+            tradeNo = no;
+            qr = code;
+        });
+    });
+    if (status != kOk) return status;
+    if (tradeNo.isEmpty()) return s.Fail("pay", "the service answered without an order number", kFailed);
+    if (!s.options().json) {
+        if (!DrawQRCode(qr)) std::cout << "payment code: " << qr.toStdString() << '\n';
+        std::cout << "Order " << tradeNo.toStdString() << ": scan the code to pay." << std::endl;
+    }
+    onOrder(Utf8(tradeNo));
+    if (!wait) {
+        if (s.options().json) s.Show(JsonObject{{"order", Utf8(tradeNo)}, {"qrcode", qr.toStdString()}});
+        return kOk;
+    }
+    const auto start = std::chrono::steady_clock::now();
+    for (;;) {
+        const int waited = static_cast<int>(
+            std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - start)
+                .count());
+        s.Progress("waiting for payment of order " + Utf8(tradeNo) + "... " + std::to_string(waited) + " s");
+        bool paid = false;
+        status = PaymentState(s, tradeNo, paid);
+        if (status != kOk) return status;
+        if (paid) break;
+        if (waited >= timeout)
+            return s.Fail("pay",
+                          "order " + Utf8(tradeNo) + " not paid within " + std::to_string(timeout) + " s",
+                          kFailed);
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+    }
+    s.EndProgress();
+    s.Show(JsonObject{{"order", Utf8(tradeNo)}, {"paid", true}});
+    return kOk;
+}
+
+std::vector<Command> ProfessionalCommands() {
+    const auto e = PELMOR_SOCKET_EDITION_STANDARD;
+    const char* g = "Professional report (standard edition)";
+    return {
+        {g, "pro-check", e, "DEVICE", "", 1, 1,
+         "whether a professional report exists for the handset, and its price", ProCheck},
+        {g, "pay", e, "DEVICE [--way 0|1] [--no-wait] [--timeout S]", "--way= --no-wait --timeout=", 1, 1,
+         "show the payment QR code and wait until the order is paid", Pay},
+        {g, "pay-status", e, "ORDER", "", 1, 1, "whether an order is paid", PayStatus},
+        {g, "pro-report", e, "DEVICE [--file TEXT]", "--file=", 1, 1,
+         "the professional report of a paid handset", ProReport},
+    };
+}
+
+}  // namespace pelmor

@@ -1,0 +1,36 @@
+// pelmor: the command-line host of libPelmorSocket.
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "Command.h"
+
+int main(int argc, char** argv) {
+    pelmor::Options options;
+    options.statePath = pelmor::State::DefaultPath();
+    std::vector<std::string> words;
+    // Global options may stand anywhere on the line; everything else belongs to the command.
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if (word == "--json") {
+            options.json = true;
+        } else if (word == "--library" || word.rfind("--library=", 0) == 0) {
+            if (word.size() > 9) {
+                options.library = word.substr(10);
+            } else if (i + 1 < argc) {
+                options.library = argv[++i];
+            } else {
+                std::cerr << "pelmor: --library needs a path\n";
+                return pelmor::kBadInput;
+            }
+        } else if (word == "-h" || word == "--help" || (words.empty() && word == "help")) {
+            pelmor::PrintHelp();
+            return pelmor::kOk;
+        } else {
+            words.push_back(word);
+        }
+    }
+    pelmor::Session session(options);
+    session.Open();
+    return pelmor::Dispatch(session, words);
+}
