@@ -1,6 +1,7 @@
 #include "emulator/control.h"
 
 #include "emulator/codec.h"
+#include "emulator/http_probes.h"
 
 #include <exception>
 #include <vector>
@@ -99,6 +100,8 @@ void control(Context& ctx, const httplib::Request& req, httplib::Response& res) 
     } else if (name == "script") {
         if (!post) return send_error(res, 405, "use POST");
         queue_scripts(ctx, req, res);
+    } else if (is_http_probe(name)) {
+        serve_http_probe(ctx, name, req, res);
     } else if (const ControlHandler* handler = ctx.router.find_control(name)) {
         serve_area_control(ctx, *handler, req, res);
     } else {

@@ -1,6 +1,7 @@
 #include "emulator/emulator.h"
 
 #include "emulator/control.h"
+#include "emulator/coverage_site.h"
 #include "emulator/handlers.h"
 #include "emulator/service.h"
 
@@ -18,6 +19,7 @@ namespace pelmor::emulator {
 Emulator::Emulator(Options options)
     : ctx_(std::make_unique<Context>(std::move(options))), server_(std::make_unique<httplib::Server>()) {
     register_handlers(ctx_->router);
+    coverage_ = std::make_unique<CoverageSite>(*ctx_);
 
     const Options& o = ctx_->options;
     const std::size_t threads = o.threads;
@@ -62,10 +64,10 @@ bool Emulator::bind(std::string& error) {
     errno = 0;
     if (o.port == 0) {
         port_ = server_->bind_to_any_port(o.bind_address);
-        if (port_ > 0) return true;
+        if (port_ > 0) return o.coverage_port < 0 || coverage_->bind(o.bind_address, o.coverage_port, error);
     } else if (server_->bind_to_port(o.bind_address, o.port)) {
         port_ = o.port;
-        return true;
+        return o.coverage_port < 0 || coverage_->bind(o.bind_address, o.coverage_port, error);
     }
     const int err = errno;
     error = "cannot listen on " + o.bind_address + ":" + std::to_string(o.port) +
@@ -76,11 +78,20 @@ bool Emulator::bind(std::string& error) {
 bool Emulator::run() {
     // A client that goes away mid-response (or a dropped connection) must not kill the process.
     std::signal(SIGPIPE, SIG_IGN);
-    return server_->listen_after_bind();
+    coverage_->start();
+    const bool served = server_->listen_after_bind();
+    coverage_->stop();
+    coverage_->join();
+    return served;
 }
 
 void Emulator::stop() {
     server_->stop();
+    coverage_->stop();
+}
+
+int Emulator::coverage_port() const {
+    return ctx_->options.coverage_port < 0 ? -1 : coverage_->port();
 }
 
 bool Emulator::is_running() const {

@@ -42,6 +42,10 @@ int main(int argc, char** argv) {
         return 1;
     }
     std::cout << "listening on http://" << parsed.options.bind_address << ":" << emulator.port() << std::endl;
+    if (emulator.coverage_port() >= 0) {
+        std::cout << "coverage site on https://" << parsed.options.bind_address << ":"
+                  << emulator.coverage_port() << std::endl;
+    }
 
     std::promise<bool> served;
     std::future<bool> done = served.get_future();

@@ -45,6 +45,7 @@ int port_of_host(const std::string& host_port) {
 Options default_options() {
     Options options;
     options.port = port_of_host(compiled_service_host());
+    options.coverage_port = port_of_host(compiled_coverage_host());
     return options;
 }
 
@@ -87,6 +88,14 @@ ParseResult parse_options(const std::vector<std::string>& args) {
         } else if (name == "-p" || name == "--port") {
             if (!number(0, 65535, n)) return fail("--port needs a number from 0 to 65535");
             o.port = static_cast<int>(n);
+        } else if (name == "--coverage-port") {
+            if (take_value() && value == "off") {
+                o.coverage_port = -1;
+            } else if (!parse_number(value, 0, 65535, n)) {
+                return fail("--coverage-port needs a number from 0 to 65535 or 'off'");
+            } else {
+                o.coverage_port = static_cast<int>(n);
+            }
         } else if (name == "--bind") {
             if (!take_value() || value.empty()) return fail("--bind needs an address");
             o.bind_address = value;
@@ -127,6 +136,9 @@ std::string usage_text(const std::string& program) {
         << "  -p, --port N              port to listen on (default " << d.port
         << ", the compiled service host's port;\n"
         << "                            0 picks a free port)\n"
+        << "      --coverage-port N     HTTPS port of the coverage site (default " << d.coverage_port
+        << ", the compiled\n"
+        << "                            coverage host's port; 0 picks a free port, 'off' serves none)\n"
         << "      --bind ADDR           address to listen on (default " << d.bind_address << ")\n"
         << "  -q, --quiet               no per-request line on stderr\n"
         << "      --threads N           worker threads; each open keep-alive connection holds one\n"
@@ -141,7 +153,8 @@ std::string usage_text(const std::string& program) {
         << "                            (default " << d.log_limit << ")\n"
         << "  -h, --help                this text\n"
         << "\n"
-        << "On start the line 'listening on http://ADDR:PORT' is printed on stdout. SIGINT or SIGTERM\n"
+        << "On start the line 'listening on http://ADDR:PORT' is printed on stdout, then, unless the\n"
+        << "coverage site is off, 'coverage site on https://ADDR:PORT'. SIGINT or SIGTERM\n"
         << "stops the server and exits with 0; a port that cannot be bound exits with 1, bad options\n"
         << "with 2.\n"
         << "\n"
@@ -160,13 +173,62 @@ std::string usage_text(const std::string& program) {
         << "  GET  /_emulator/log       array of service requests in arrival order, each\n"
         << "                            {seq, http_method, target, path, address, operation, headers,\n"
         << "                             body, document, decode_error}; address is standard,\n"
-        << "                            enterprise, fallback or other; operation is the standard\n"
+        << "                            enterprise, fallback, other, http (probes) or coverage;\n"
+        << "                            operation is the standard\n"
         << "                            method or the enterprise suffix as received\n"
         << "  POST /_emulator/reset     clear the log, the pending scripts and all service state\n"
         << "  POST /_emulator/script    queue a scripted answer (see below), or an array of them (all\n"
         << "                            or none); 200 {\"id\" or \"ids\",\"pending\"}, 400 {\"error\"}\n"
         << "  GET  /_emulator/scripts   pending scripts with their remaining counts\n"
         << "  A POST must carry a body or Content-Length: 0 (curl -d '{}'), or the server answers 400.\n"
+        << "\n"
+        << "HTTP probes (service port, plain text, logged with address \"http\", any method):\n"
+        << "  /_emulator/http/echo      200, JSON text {method, target, headers, body} of the request\n"
+        << "  /_emulator/http/final     200 'final body'\n"
+        << "  /_emulator/http/redirect  302 to /_emulator/http/final, with the body 'redirect body'\n"
+        << "  /_emulator/http/empty     200 with a body of zero bytes\n"
+        << "  /_emulator/http/zero      200 'before', a zero byte, 'after'\n"
+        << "  /_emulator/http/slow?ms=N 200 'slow body' after N ms (default 1000, at most 60000)\n"
+        << "  /_emulator/http/status?code=N  status N (200 to 599) with the body 'status N'\n"
+        << "\n"
+        << "Coverage site (HTTPS on --coverage-port, self-signed certificate made at start; logged with\n"
+        << "address \"coverage\" and operation captcha, page, answer or other):\n"
+        << "  GET  /gc?t=image&timestamp=N  captcha as SVG text; without a known cv_sid cookie a new\n"
+        << "                            session, announced by four Set-Cookie lines in mixed spellings\n"
+        << "  GET  /cn/zh/?sn=S, /us/eh/?sn=S  coverage form (Chinese, English); with a known session\n"
+        << "                            its script carries csrfToken: \"<token>\", else no token\n"
+        << "  POST the same address     form sno, ans, captchaMode=image, CSRFToken; needs Host "
+        << compiled_coverage_host() << ",\n"
+        << "                            a Referer on that site, the session cookie, the session's token,\n"
+        << "                            sno equal to sn and the captcha answer (any case, one attempt per\n"
+        << "                            captcha); answers a page whose data-result is ok, or host, referer,\n"
+        << "                            session, form, token, serial or captcha\n"
+        << "  GET  /_emulator/coverage/captcha[?session=ID]  (service port) {session, cookie, answer,\n"
+        << "                            token, captchas} of the newest (or that) session; 404 before any\n"
+        << "\n"
+        << "Feedback: POST /_emulator/feedback/reply {\"ecid\",\"message\"} answers a device's objection\n"
+        << "  (device.check.feedbackReply then reports result true); 404 when the device has none.\n"
+        << "\n"
+        << "Standard accounts, devices and professional reports:\n"
+        << "  GET  /_emulator/sms[?mobile=M]  the latest SMS code sent to M {mobile, no, code, method,\n"
+        << "                            issuedAt, used} (404 if none), or every code sent; codes also\n"
+        << "                            go to stderr; they last 5 minutes and 5 wrong tries\n"
+        << "  POST /_emulator/wx/scan   {\"key\"?, \"openId\"?, \"nickname\"?, \"avatar\"?} a phone scans the\n"
+        << "                            QR code of key (default: the newest unscanned); login.wx.user then\n"
+        << "                            answers the profile instead of refusing 40104 WX_NOT_SCANNED\n"
+        << "  GET  /_emulator/census    usage counts of count.clientFunction\n"
+        << "  GET  /_emulator/factory   handsets on file ($PELMOR_EMULATOR_FACTORY or data/factory.json)\n"
+        << "  GET  /_emulator/locks     lock states reported by idLock.status and iCloud.status\n"
+        << "  POST /_emulator/pay       {\"tradeNo\"?} pays the order (default: the newest unpaid one)\n"
+        << "  GET|POST /_emulator/pay/auto  {\"polls\": N} orders pay themselves on their N-th poll of\n"
+        << "                            device.checkPro.order (default 3; 0 never)\n"
+        << "  GET  /_emulator/orders    every payment order\n"
+        << "  Referral code PELMOR (or another user's \"PM<uid>\") unlocks the HARDDISK right. Refusals:\n"
+        << "  40003 PARAM_MISSING, 40004 PARAM_INVALID, 40005 DEVICE_INFO_INCOMPLETE, 40101\n"
+        << "  TOKEN_INVALID, 40102 SMS_CODE_WRONG, 40103 SMS_CODE_EXPIRED, 40104 WX_NOT_SCANNED,\n"
+        << "  40105 WX_KEY_INVALID, 40106 WX_UNKNOWN, 40107 WX_NOT_BOUND, 40108 MOBILE_TAKEN,\n"
+        << "  40109 REFERRAL_INVALID, 40201 NOT_PAID, 40202 NO_PROFESSIONAL_REPORT, 40410\n"
+        << "  MESSAGE_NOT_FOUND, 40420 DEVICE_NOT_FOUND, 40430 ORDER_NOT_FOUND, 50002 FACTORY_DATA_ERROR.\n"
         << "\n"
         << "Enterprise service (/brisel-ent/api<path>): log in at /login as demo, password demo1234\n"
         << "  (balance 100.00), or as trial, password trial1234 (balance 0.20); every other path needs\n"

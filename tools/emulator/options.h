@@ -11,6 +11,9 @@ namespace pelmor::emulator {
 struct Options {
     std::string bind_address = "127.0.0.1";
     int port = 0;  // set from the compiled service host by default_options()
+    // HTTPS port of the warranty-coverage site: -1 serves no site, 0 picks a free port; default_options()
+    // sets the compiled coverage host's port.
+    int coverage_port = -1;
     bool quiet = false;
     std::size_t threads = 32;  // each open keep-alive connection holds one worker
     std::size_t keep_alive_max = 100000;
