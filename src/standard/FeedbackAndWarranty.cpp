@@ -91,7 +91,11 @@ bool PelmorSocketStandard::WarrantyVerify(ISocketDevice* device,
     char url[1024] = {};
     std::snprintf(url, sizeof url, "https://" PELMOR_COVERAGE_HOST "/gc?t=image&timestamp=%lld",
                   MillisecondsSinceEpoch());
-    return HalvexHTTP::GETWarranty(url, callback);
+    try {
+        return HalvexHTTP::GETWarranty(url, callback);  // the copy of the callback may fail to allocate
+    } catch (...) {
+        return false;
+    }
 }
 
 bool PelmorSocketStandard::WarrantySelect(ISocketDevice* device, const char* cookie, const char* answer,
