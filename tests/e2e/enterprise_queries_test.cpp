@@ -109,20 +109,6 @@ TEST_F(EnterpriseQueries, PaidChecksComeBackAsTheDaysBill) {
     EXPECT_FALSE(traversed) << "a day without checks is an empty bill";
 }
 
-TEST_F(EnterpriseQueries, ShortBalanceRefusesThePaidCheck) {
-    LogIn("trial", "trial1234");
-    const auto device = LoadDevice("normal-complete");
-    std::string key = "unset";
-    Reply refused(service->QueryIdlock(device.get(), [&](ISocketQueryIdlock* r) { key = r->GetKey(); }));
-    EXPECT_EQ(refused->Code(), 40211);
-    EXPECT_EQ(refused->Error(), QString("BALANCE_NOT_ENOUGH"));
-    EXPECT_EQ(key, "") << "the refusal still reaches the callback, with an empty line";
-    unsigned lines = 99;
-    Reply(service->QueryInvoice(TodayUtc().c_str(),
-                                [&](ISocketQueryInvoice* bill) { lines = bill->GetCount(); }));
-    EXPECT_EQ(lines, 0u) << "nothing billed";
-}
-
 TEST_F(EnterpriseQueries, VerificationReportFlagsReplacedParts) {
     struct Seen {
         int error = 0;

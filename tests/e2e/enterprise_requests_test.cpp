@@ -121,11 +121,6 @@ TEST_F(EnterpriseRequests, RefusalsCallBackAndFailedExchangesDoNot) {
         Reply failed(op.run(calls));
         EXPECT_EQ(failed->Code(), HALVEX_REPLY_CONNECT_ERROR);
         EXPECT_EQ(calls, 0);
-
-        EmulatorControl::Script(match + R"("undecryptable":true})");
-        Reply garbled(op.run(calls));
-        EXPECT_EQ(garbled->Code(), HALVEX_REPLY_DECRYPT_ERROR);
-        EXPECT_EQ(calls, 0);
     }
 }
 

