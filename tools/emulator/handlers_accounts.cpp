@@ -46,7 +46,7 @@ Reply login_mobile(const Call& call) {
     const std::string mobile = mobile_param(call);
     const std::string code = text_param(call, "code");
     const std::string no = text_param(call, "no");
-    text_param(call, "key");
+    text_param(call, "key", true);  // the host's own text, passed through
     const std::string token = call.state.update([&](json& v) {
         use_sms_code(v, mobile, code, no);
         json* user = user_by_mobile(v, mobile);
@@ -109,7 +109,7 @@ Reply login_bind_mobile(const Call& call) {
     const std::string code = text_param(call, "code");
     const std::string referral = text_param(call, "referralCode", true);
     const std::string no = text_param(call, "no");
-    text_param(call, "key");
+    text_param(call, "key", true);
     const std::string token = call.state.update([&](json& v) {
         json& wx = wx_user(v, open_id);
         json* user = user_by_mobile(v, mobile);
@@ -132,7 +132,7 @@ Reply login_bind_mobile(const Call& call) {
 
 Reply login_wx(const Call& call) {
     const std::string open_id = text_param(call, "openId");
-    text_param(call, "key");
+    text_param(call, "key", true);
     const std::string token = call.state.update([&](json& v) {
         json& wx = wx_user(v, open_id);
         if (!user_by_uid(v, wx["uid"].get<long long>()))
@@ -145,7 +145,7 @@ Reply login_wx(const Call& call) {
 // The old token stops working once the new one is issued.
 Reply token_refresh(const Call& call) {
     const std::string old_token = text_param(call, "token");
-    text_param(call, "key");
+    text_param(call, "key", true);
     const std::string token = call.state.update([&](json& v) {
         const json& tokens = area(v)["tokens"];
         const auto it = tokens.find(old_token);

@@ -43,7 +43,7 @@ const json& notifications() {
 }
 
 Reply user_beat(const Call& call) {
-    text_param(call, "key");
+    text_param(call, "key", true);
     call.state.update([&](json& v) {
         require_user(v, call, json{{"online", false}})["lastBeat"] = now_ms();
     });
