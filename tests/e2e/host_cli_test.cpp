@@ -163,6 +163,12 @@ TEST_F(Cli, LogInCarriesOverToTheNextRunAndVerifiesAHandset) {
 }
 
 TEST_F(Cli, TheLibraryIsLoadedAtRunTimeFromWhereItIsPointedTo) {
+    // Nothing of the library is linked in: it is not among the program's needed libraries.
+    const Outcome needed = Spawn({"/usr/bin/readelf", "-d", PELMOR_CLI_PATH}, {"LC_ALL=C"});
+    ASSERT_EQ(needed.status, 0) << needed.err;
+    EXPECT_NE(needed.out.find("libPelmorPlatform"), std::string::npos) << needed.out;
+    EXPECT_EQ(needed.out.find("libPelmorSocket"), std::string::npos) << needed.out;
+
     EXPECT_EQ(Pelmor({"config"}, {"PELMOR_LIBRARY=" PELMOR_SOCKET_LIBRARY_PATH}).status, 0);
     EXPECT_TRUE(
         OneLineError(Pelmor({"config", "--library", "/nonexistent/libPelmorSocket.so"}), "cannot load"));

@@ -69,7 +69,15 @@ std::string FindEmulator() {
     return "";
 }
 
-// An emulator this demo started; stopped again when the demo ends.
+// The emulator the demo started, for the signal handler: an interrupted demo stops it too.
+volatile sig_atomic_t startedPid = 0;
+
+void StopStartedAndExit(int signal) {
+    if (startedPid > 0) kill(static_cast<pid_t>(startedPid), SIGTERM);
+    _exit(128 + signal);
+}
+
+// An emulator this demo started; stopped again when the demo ends (or is interrupted).
 class StartedEmulator {
   public:
     ~StartedEmulator() { Stop(); }
@@ -98,6 +106,10 @@ class StartedEmulator {
             error = program + ": cannot start it";
             return false;
         }
+        startedPid = pid_;
+        signal(SIGINT, StopStartedAndExit);
+        signal(SIGTERM, StopStartedAndExit);
+        log_ = log;
         for (int i = 0; i < 100; ++i) {
             if (Answers(host)) {
                 std::cout << "Started " << program << " on port " << port << " (log " << log << ").\n";
@@ -106,6 +118,7 @@ class StartedEmulator {
             int status = 0;
             if (waitpid(pid_, &status, WNOHANG) == pid_) {
                 pid_ = -1;
+                startedPid = 0;
                 error = "pelmor-emulator exited during start-up; see " + log;
                 return false;
             }
@@ -119,22 +132,29 @@ class StartedEmulator {
     void Stop() {
         if (pid_ <= 0) return;
         kill(pid_, SIGTERM);
-        for (int i = 0; i < 50; ++i) {
-            if (waitpid(pid_, nullptr, WNOHANG) == pid_) {
-                pid_ = -1;
-                return;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        int status = 0;
+        bool stopped = false;
+        for (int i = 0; i < 50 && !stopped; ++i) {
+            stopped = waitpid(pid_, &status, WNOHANG) == pid_;
+            if (!stopped) std::this_thread::sleep_for(std::chrono::milliseconds(100));
         }
-        kill(pid_, SIGKILL);
-        waitpid(pid_, nullptr, 0);
+        if (!stopped) {
+            kill(pid_, SIGKILL);
+            waitpid(pid_, &status, 0);
+        }
+        startedPid = 0;
+        signal(SIGINT, SIG_DFL);
+        signal(SIGTERM, SIG_DFL);
         pid_ = -1;
+        // The log is kept only when the emulator ended badly.
+        if (stopped && WIFEXITED(status) && WEXITSTATUS(status) == 0) unlink(log_.c_str());
     }
 
     bool Running() const { return pid_ > 0; }
 
   private:
     pid_t pid_ = -1;
+    std::string log_;
 };
 
 class Walk {

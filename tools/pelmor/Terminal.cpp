@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <qrencode.h>
 #include <sys/stat.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <QJsonDocument>
@@ -109,9 +110,21 @@ QuietStderr::~QuietStderr() {
     close(saved_);
 }
 
-bool Prompt(const std::string& prompt, std::string& answer) {
+bool Prompt(const std::string& prompt, std::string& answer, bool secret) {
     std::cerr << prompt << std::flush;
-    if (!std::getline(std::cin, answer)) return false;
+    termios saved{};
+    const bool hide = secret && isatty(STDIN_FILENO) && tcgetattr(STDIN_FILENO, &saved) == 0;
+    if (hide) {
+        termios quiet = saved;
+        quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
+    }
+    const bool read = static_cast<bool>(std::getline(std::cin, answer));
+    if (hide) {
+        tcsetattr(STDIN_FILENO, TCSANOW, &saved);
+        std::cerr << '\n';
+    }
+    if (!read) return false;
     while (!answer.empty() && (answer.back() == '\r' || answer.back() == ' '))
         answer.pop_back();
     return true;

@@ -27,7 +27,8 @@ class QuietStderr {
     int saved_;
 };
 
-// Reads one line from stdin after showing prompt on stderr; false at end of input.
-bool Prompt(const std::string& prompt, std::string& answer);
+// Reads one line from stdin after showing prompt on stderr; false at end of input. A secret is not
+// echoed when stdin is a terminal.
+bool Prompt(const std::string& prompt, std::string& answer, bool secret = false);
 
 }  // namespace pelmor

@@ -11,7 +11,7 @@ namespace {
 
 int Login(Session& s, const Args& a) {
     std::string password = a.At(1);
-    if (a.Count() < 2 && (!Prompt("password: ", password) || password.empty()))
+    if (a.Count() < 2 && (!Prompt("password: ", password, true) || password.empty()))
         return s.Fail("ent login", "no password given");
     std::string token;
     unsigned long long expires = 0;

@@ -82,7 +82,9 @@ int Wechat(Session& s, const Args& a) {
     });
     if (status != kOk) return status;
     if (!s.options().json && !DrawQRCode(qr)) std::cout << "QR code: " << qr.toStdString() << '\n';
-    std::cout << "Scan the code with WeChat (key " << key << ")." << std::endl;
+    // With --json, stdout carries JSON only; the instructions go to stderr.
+    (s.options().json ? std::cerr : std::cout)
+        << "Scan the code with WeChat (key " << key << ")." << std::endl;
     if (a.Has("--no-wait")) {
         if (s.options().json) s.Show(JsonObject{{"key", key}, {"qr", qr.toStdString()}});
         return kOk;

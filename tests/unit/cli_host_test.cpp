@@ -1,0 +1,141 @@
+// The command-line host's own pieces: option parsing, the state file, tables and saved images.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <QByteArray>
+#include <boost/json/parse.hpp>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "Command.h"
+#include "Output.h"
+#include "State.h"
+#include "Terminal.h"
+
+using namespace pelmor;
+
+namespace {
+
+std::string TempDir() {
+    char dir[] = "/tmp/pelmor-cli-unit-XXXXXX";
+    return mkdtemp(dir) ? dir : "/tmp";
+}
+
+std::string Read(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+TEST(CliArgs, OptionsTakeValuesEitherWayAndTheRestArePositional) {
+    Args args;
+    std::string error;
+    ASSERT_TRUE(args.Parse({"13800138000", "--serial", "42", "--key=a=b", "123456", "--wait", "--", "--file"},
+                           "--serial= --key= --wait --file=", error))
+        << error;
+    ASSERT_EQ(args.Count(), 3u);
+    EXPECT_EQ(args[0], "13800138000");
+    EXPECT_EQ(args[1], "123456");
+    EXPECT_EQ(args[2], "--file") << "after -- nothing is an option";
+    EXPECT_EQ(args.Get("--serial"), "42");
+    EXPECT_EQ(args.Get("--key"), "a=b");
+    EXPECT_TRUE(args.Has("--wait"));
+    EXPECT_FALSE(args.Has("--file"));
+    EXPECT_EQ(args.At(5, "none"), "none");
+
+    const std::pair<std::vector<std::string>, const char*> bad[] = {
+        {{"--bogus"}, "unknown option --bogus"},
+        {{"x", "--serial"}, "--serial needs a value"},
+        {{"--wait=yes"}, "--wait takes no value"},
+    };
+    for (const auto& [words, reason] : bad) {
+        Args failing;
+        EXPECT_FALSE(failing.Parse(words, "--serial= --wait", error));
+        EXPECT_EQ(error, reason);
+    }
+}
+
+TEST(CliState, SurvivesARoundTripPrivatelyAndRecoversFromDamage) {
+    const std::string path = TempDir() + "/nested/pelmor/state.json";
+    std::string error;
+    State fresh;
+    EXPECT_TRUE(fresh.Load(path, error)) << "a missing file is an empty state";
+    EXPECT_EQ(fresh.key.size(), 32u) << "a client key is made on first use";
+    fresh.token = "tk1";
+    fresh.mobile = "13800138000";
+    fresh.serial = "100001";
+    fresh.enterpriseToken = "ent\"quoted\"";
+    fresh.enterpriseAccount = "demo";
+    fresh.enterpriseExpires = 18446744073709551615ull;
+    ASSERT_TRUE(fresh.Save(path, error)) << error;
+
+    struct stat info {};
+    ASSERT_EQ(stat(path.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0600u) << "the file holds session tokens";
+
+    State again;
+    ASSERT_TRUE(again.Load(path, error));
+    EXPECT_EQ(again.key, fresh.key);
+    EXPECT_EQ(again.token, "tk1");
+    EXPECT_EQ(again.serial, "100001");
+    EXPECT_EQ(again.enterpriseToken, "ent\"quoted\"");
+    EXPECT_EQ(again.enterpriseExpires, 18446744073709551615ull);
+
+    std::ofstream(path) << "{\"standard\": {\"token\": ";
+    State damaged;
+    EXPECT_FALSE(damaged.Load(path, error));
+    EXPECT_NE(error.find(path), std::string::npos);
+    EXPECT_TRUE(damaged.token.empty());
+    EXPECT_EQ(damaged.key.size(), 32u);
+}
+
+TEST(CliOutput, TablesAlignWideCharactersAndJsonReadsBack) {
+    const Json rows = JsonArray{JsonObject{{"name", "屏幕序列号"}, {"result", "异常"}, {"health", 99.6}},
+                                JsonObject{{"name", "IMEI"}, {"result", "ok"}, {"health", 87}}};
+    testing::internal::CaptureStdout();
+    PrintResult(rows, false);
+    const std::string table = testing::internal::GetCapturedStdout();
+    std::vector<std::string> lines;
+    std::istringstream in(table);
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(line);
+    ASSERT_EQ(lines.size(), 4u) << table;
+    // The second column starts at the same terminal column on every line: CJK characters take two.
+    auto column = [](const std::string& line, const std::string& cell) {
+        return DisplayWidth(line.substr(0, line.find(cell)));
+    };
+    EXPECT_EQ(column(lines[0], "result"), column(lines[2], "异常"));
+    EXPECT_EQ(column(lines[0], "result"), column(lines[3], "ok"));
+    EXPECT_NE(lines[2].find("99.6"), std::string::npos) << "numbers read as people write them";
+
+    testing::internal::CaptureStdout();
+    PrintResult(rows, true);
+    EXPECT_EQ(boost::json::parse(testing::internal::GetCapturedStdout()), rows);
+}
+
+TEST(CliImages, ImagesSentAsTextAreSavedAsWhatTheyAre) {
+    setenv("XDG_CACHE_HOME", TempDir().c_str(), 1);
+    const QByteArray png("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16);
+    const std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\"><text>HQWA</text></svg>";
+    struct Case {
+        std::string text, extension, content;
+    } cases[] = {
+        {png.toBase64().toStdString(), ".png", png.toStdString()},
+        {"{\"img\":\"data:image/svg+xml;base64," + QByteArray::fromStdString(svg).toBase64().toStdString() +
+             "\"}",
+         ".svg", svg},
+        {svg, ".svg", svg},
+        {"not an image", ".txt", "not an image"},
+    };
+    for (const Case& c : cases) {
+        std::string error;
+        const std::string path = SaveImage(c.text, "captcha", error);
+        ASSERT_FALSE(path.empty()) << error;
+        EXPECT_EQ(path.substr(path.size() - c.extension.size()), c.extension) << c.text;
+        EXPECT_EQ(Read(path), c.content);
+    }
+}
+
+}  // namespace
