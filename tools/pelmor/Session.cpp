@@ -39,6 +39,7 @@ PelmorSocketInterface* Session::Service(ENUM_PELMOR_SOCKET_EDITION edition) {
     if (service_ && serviceEdition_ == edition) return service_;
     if (service_) library_.destroy();
     service_ = nullptr;
+    // pelmor presents itself with the library's own default source and version.
     if (!library_.create(edition, XString(L"Brisel"), XString(L"4.0.0"))) return nullptr;
     service_ = library_.instance();
     serviceEdition_ = edition;
@@ -49,7 +50,7 @@ PelmorSocketInterface* Session::Service(ENUM_PELMOR_SOCKET_EDITION edition) {
 }
 
 PelmorSocketInterface& Session::S() {
-    // Open() has bound the library, and create only fails when memory runs out.
+    // Dispatch has bound the library (Ready), and create only fails when memory runs out.
     PelmorSocketInterface* service = Service(edition_);
     if (!service) {
         std::cerr << "pelmor: the library could not create its service object\n";

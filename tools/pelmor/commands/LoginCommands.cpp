@@ -117,7 +117,6 @@ int Wechat(Session& s, const Args& a) {
         std::this_thread::sleep_for(std::chrono::seconds(2));
     }
     s.EndProgress();
-    s.Show(profile);
     const XString wideId = Wide(openId), wideKey = Wide(key);
     std::string token;
     const Session::Answer answer = s.Ask([&] {
@@ -126,7 +125,7 @@ int Wechat(Session& s, const Args& a) {
     if (answer.success) {
         if (token.empty()) return s.Fail("wechat", "the service answered without a token", kFailed);
         s.KeepToken(token);
-        s.Show(JsonObject{{"logged in", true}, {"token", token}});
+        s.Show(JsonObject{{"logged in", true}, {"token", token}, {"wechat", profile}});
         return kOk;
     }
     // Most often the WeChat account has no mobile number yet; say how to bind one.
