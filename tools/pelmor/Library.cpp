@@ -34,11 +34,13 @@ std::vector<std::string> Library::Candidates(const std::string& explicitPath) {
     if (const char* env = std::getenv("PELMOR_LIBRARY"); env && *env) return {env};
     std::vector<std::string> list;
     const std::string here = ExecutableDirectory();
-    if (!here.empty()) list.push_back(here + "/" PELMOR_LIBRARY_SONAME);
+    if (!here.empty()) {
+        list.push_back(here + "/" PELMOR_LIBRARY_SONAME);
+        list.push_back(here + "/../" PELMOR_INSTALL_LIBDIR "/" PELMOR_LIBRARY_SONAME);
+    }
 #ifdef PELMOR_LIBRARY_BUILD_PATH
     list.push_back(PELMOR_LIBRARY_BUILD_PATH);
 #endif
-    if (!here.empty()) list.push_back(here + "/../" PELMOR_INSTALL_LIBDIR "/" PELMOR_LIBRARY_SONAME);
     list.push_back(PELMOR_LIBRARY_SONAME);
     return list;
 }

@@ -17,7 +17,7 @@ class Library {
     Library& operator=(const Library&) = delete;
 
     // Where to look, in order: an explicit path (--library), $PELMOR_LIBRARY, next to the executable,
-    // the build tree it was built in, the install tree beside it, and finally the plain soname.
+    // the install tree it sits in, the build tree it was built in, and finally the plain soname.
     static std::vector<std::string> Candidates(const std::string& explicitPath);
 
     // Loads the first candidate that opens and binds every export. On failure error says why.
