@@ -11,8 +11,9 @@ namespace {
 const std::vector<Command>& AllCommands() {
     static const std::vector<Command> all = [] {
         std::vector<Command> list;
-        for (auto group : {ConfigCommands, LoginCommands, UserCommands, DeviceCommands, ProfessionalCommands,
-                           FeedbackCommands, CoverageCommands, EnterpriseCommands, DemoCommands})
+        // The enterprise session's own rows first, so that its group opens with the log-in.
+        for (auto group : {ConfigCommands, LoginCommands, UserCommands, EnterpriseCommands, DeviceCommands,
+                           ProfessionalCommands, FeedbackCommands, CoverageCommands, DemoCommands})
             for (const Command& command : group())
                 list.push_back(command);
         return list;
@@ -115,15 +116,13 @@ void PrintHelp() {
            "  --json          print results as JSON instead of tables\n"
            "  --library PATH  the libPelmorSocket to load (also $PELMOR_LIBRARY)\n"
            "  -h, --help      this text\n";
-    // Groups in the order they first appear; a group may gather rows from several files.
-    std::vector<std::string> groups;
-    for (const Command& command : AllCommands())
-        if (std::find(groups.begin(), groups.end(), command.group) == groups.end())
-            groups.push_back(command.group);
-    for (const std::string& group : groups) {
+    const char* groups[] = {kGroupConfig,   kGroupLogin,        kGroupUser,
+                            kGroupDevices,  kGroupProfessional, kGroupFeedback,
+                            kGroupCoverage, kGroupEnterprise,   kGroupDemo};
+    for (const char* group : groups) {
         std::cout << '\n' << group << ":\n";
         for (const Command& command : AllCommands())
-            if (group == command.group)
+            if (std::string(group) == command.group)
                 std::cout << "  " << Synopsis(command).substr(7) << "\n      " << command.summary << '\n';
     }
     std::cout

@@ -32,6 +32,17 @@ class Args {
     std::map<std::string, std::string> options_;
 };
 
+// The groups of the help, in the order it shows them.
+constexpr const char kGroupConfig[] = "Configuration and session";
+constexpr const char kGroupLogin[] = "Log-in (standard edition)";
+constexpr const char kGroupUser[] = "User (standard edition)";
+constexpr const char kGroupDevices[] = "Devices";
+constexpr const char kGroupProfessional[] = "Professional report (standard edition)";
+constexpr const char kGroupFeedback[] = "Feedback";
+constexpr const char kGroupCoverage[] = "Warranty-coverage site";
+constexpr const char kGroupEnterprise[] = "Enterprise edition";
+constexpr const char kGroupDemo[] = "Demo";
+
 struct Command {
     const char* group;  // heading in the help
     const char* name;   // as typed; enterprise commands are typed after "ent"

@@ -282,7 +282,7 @@ int Demo(Session& s, const Args&) {
 
 std::vector<Command> DemoCommands() {
     return {
-        {"Demo", "demo", PELMOR_SOCKET_EDITION_STANDARD, "", "", 0, 0,
+        {kGroupDemo, "demo", PELMOR_SOCKET_EDITION_STANDARD, "", "", 0, 0,
          "walk a whole session against pelmor-emulator (started when none is running)", Demo},
     };
 }

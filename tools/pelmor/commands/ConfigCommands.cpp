@@ -101,16 +101,16 @@ int Device(Session& s, const Args& a) {
 std::vector<Command> ConfigCommands() {
     const auto standard = PELMOR_SOCKET_EDITION_STANDARD;
     return {
-        {"Configuration and session", "config", standard, "", "", 0, 0,
+        {kGroupConfig, "config", standard, "", "", 0, 0,
          "fetch the service's client configuration (latest version, notices, switches)", Config},
-        {"Configuration and session", "token", standard, "[show | set TOKEN | clear]", "", 0, 2,
+        {kGroupConfig, "token", standard, "[show | set TOKEN | clear]", "", 0, 2,
          "show, set or forget the saved session tokens", Token},
-        {"Configuration and session", "census", standard, "FUNCTION [EVENT] [--failed]", "--failed", 1, 2,
+        {kGroupConfig, "census", standard, "FUNCTION [EVENT] [--failed]", "--failed", 1, 2,
          "count one use of a client function (EVENT defaults to start)", Census},
-        {"Devices", "devices", standard, "", "", 0, 0,
+        {kGroupDevices, "devices", standard, "", "", 0, 0,
          "list the sample devices that can be named instead of a file", Devices},
-        {"Devices", "device", standard, "DEVICE", "", 1, 1, "show what a device file describes (no request)",
-         Device},
+        {kGroupDevices, "device", standard, "DEVICE", "", 1, 1,
+         "show what a device file describes (no request)", Device},
     };
 }
 

@@ -84,9 +84,8 @@ int CoverageLookup(Session& s, CDeviceFile& device,
 
 std::vector<Command> CoverageCommands() {
     return {
-        {"Warranty-coverage site", "coverage", PELMOR_SOCKET_EDITION_STANDARD, "DEVICE [--answer TEXT]",
-         "--answer=", 1, 1,
-         "look the handset up on the maker's coverage site (saves the captcha, asks for its answer)",
+        {kGroupCoverage, "coverage", PELMOR_SOCKET_EDITION_STANDARD, "DEVICE [--answer TEXT]", "--answer=", 1,
+         1, "look the handset up on the maker's coverage site (saves the captcha, asks for its answer)",
          Coverage},
     };
 }

@@ -219,8 +219,8 @@ int LockStatus(Session& s, const Args& a) {
 
 std::vector<Command> DeviceCommands() {
     const auto e = PELMOR_SOCKET_EDITION_STANDARD, ent = PELMOR_SOCKET_EDITION_ENTERPRISE;
-    const char* g = "Devices";
-    const char* eg = "Enterprise edition";
+    const char* g = kGroupDevices;
+    const char* eg = kGroupEnterprise;
     return {
         {g, "verify", e, "DEVICE [--file TEXT]", "--file=", 1, 1,
          "verify a handset against its factory record and show the report", Verify},

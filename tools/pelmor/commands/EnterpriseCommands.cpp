@@ -131,7 +131,7 @@ int Bill(Session& s, const Args& a) {
 
 std::vector<Command> EnterpriseCommands() {
     const auto e = PELMOR_SOCKET_EDITION_ENTERPRISE;
-    const char* g = "Enterprise edition";
+    const char* g = kGroupEnterprise;
     return {
         {g, "login", e, "ACCOUNT [PASSWORD]", "", 1, 2, "log in (asks for the password when not given)",
          Login},

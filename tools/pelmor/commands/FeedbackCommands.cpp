@@ -65,14 +65,14 @@ int ObjectionReply(Session& s, const Args& a) {
 
 std::vector<Command> FeedbackCommands() {
     const auto e = PELMOR_SOCKET_EDITION_STANDARD;
-    const char* g = "Feedback";
+    const char* g = kGroupFeedback;
     return {
         {g, "feedback", e, "MESSAGE [--contact C] [--device DEVICE]", "--contact= --device=", 1, 1,
          "send feedback to the service", Feedback},
         {g, "objection", e, "DEVICE MESSAGE", "", 2, 2, "object to the verification report of a handset",
          Objection},
         {g, "objection-reply", e, "DEVICE", "", 1, 1, "the service's answer to an objection", ObjectionReply},
-        {"Enterprise edition", "feedback", PELMOR_SOCKET_EDITION_ENTERPRISE,
+        {kGroupEnterprise, "feedback", PELMOR_SOCKET_EDITION_ENTERPRISE,
          "MESSAGE [--contact C] [--device DEVICE]", "--contact= --device=", 1, 1,
          "send feedback to the service", Feedback},
     };

@@ -185,7 +185,7 @@ int SmsRequest(Session& s, const Args& a) {
 
 std::vector<Command> LoginCommands() {
     const auto e = PELMOR_SOCKET_EDITION_STANDARD;
-    const char* g = "Log-in (standard edition)";
+    const char* g = kGroupLogin;
     return {
         {g, "sms-code", e, "MOBILE", "", 1, 1,
          "send an SMS code to MOBILE; its serial is kept for the log-in", SmsCode},

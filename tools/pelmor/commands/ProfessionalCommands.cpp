@@ -117,7 +117,7 @@ int PayAndWait(Session& s, CDeviceFile& device, bool way, bool wait, int timeout
 
 std::vector<Command> ProfessionalCommands() {
     const auto e = PELMOR_SOCKET_EDITION_STANDARD;
-    const char* g = "Professional report (standard edition)";
+    const char* g = kGroupProfessional;
     return {
         {g, "pro-check", e, "DEVICE", "", 1, 1,
          "whether a professional report exists for the handset, and its price", ProCheck},

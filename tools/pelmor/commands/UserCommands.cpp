@@ -72,7 +72,7 @@ int Notifications(Session& s, const Args& a) {
 
 std::vector<Command> UserCommands() {
     const auto e = PELMOR_SOCKET_EDITION_STANDARD;
-    const char* g = "User (standard edition)";
+    const char* g = kGroupUser;
     return {
         {g, "user", e, "", "", 0, 0, "the logged-in user's profile", User},
         {g, "privileges", e, "", "", 0, 0, "the user's privileges", Privileges},
