@@ -11,6 +11,14 @@
 #include <sstream>
 #include <stdexcept>
 
+#if defined(__linux__)
+#include <unistd.h>
+#elif defined(__APPLE__)
+#include <mach-o/dyld.h>
+
+#include <cstdint>
+#endif
+
 #ifndef PELMOR_EMULATOR_FACTORY_FILE
 #define PELMOR_EMULATOR_FACTORY_FILE "data/factory.json"
 #endif
@@ -148,9 +156,34 @@ double Factory::professional_price() const {
     return data_["professionalPrice"].get<double>();
 }
 
+namespace {
+
+// An installed emulator keeps its data in <prefix>/share/pelmor-emulator beside <prefix>/bin.
+std::string installed_factory_file() {
+    char exe[4096] = {};
+#if defined(__linux__)
+    const ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
+    if (n <= 0) return {};
+    exe[n] = '\0';
+#elif defined(__APPLE__)
+    std::uint32_t size = sizeof exe;
+    if (_NSGetExecutablePath(exe, &size) != 0) return {};
+#else
+    return {};
+#endif
+    std::string dir(exe);
+    dir = dir.substr(0, dir.find_last_of('/'));
+    return dir.substr(0, dir.find_last_of('/')) + "/share/pelmor-emulator/factory.json";
+}
+
+}  // namespace
+
 std::string factory_path() {
     const char* env = std::getenv("PELMOR_EMULATOR_FACTORY");
-    return env && *env ? env : PELMOR_EMULATOR_FACTORY_FILE;
+    if (env && *env) return env;
+    const std::string installed = installed_factory_file();
+    if (!installed.empty() && std::ifstream(installed).good()) return installed;
+    return PELMOR_EMULATOR_FACTORY_FILE;
 }
 
 const Factory& factory() {

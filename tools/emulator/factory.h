@@ -40,7 +40,8 @@ class Factory {
     json data_;
 };
 
-// The file the emulator reads: $PELMOR_EMULATOR_FACTORY if set, else the one beside the sources.
+// The file the emulator reads: $PELMOR_EMULATOR_FACTORY if set, else the installed copy beside an
+// installed binary (<prefix>/share/pelmor-emulator/factory.json), else the one beside the sources.
 std::string factory_path();
 
 // The records of factory_path(), read on first use. A file that cannot be read or has the wrong shape
