@@ -81,6 +81,7 @@ int Wechat(Session& s, const Args& a) {
         });
     });
     if (status != kOk) return status;
+    if (key.empty()) return s.Fail("wechat", "the service answered without a QR key", kFailed);
     if (!s.options().json && !DrawQRCode(qr)) std::cout << "QR code: " << qr.toStdString() << '\n';
     // With --json, stdout carries JSON only; the instructions go to stderr.
     (s.options().json ? std::cerr : std::cout)
