@@ -9,7 +9,6 @@
 
 #include <boost/json/parse.hpp>
 #include <chrono>
-#include <ctime>
 #include <iostream>
 #include <thread>
 
@@ -196,15 +195,6 @@ class Walk {
     std::vector<int> failed_;
 };
 
-std::string Today() {
-    const std::time_t now = std::time(nullptr);
-    std::tm utc{};
-    gmtime_r(&now, &utc);
-    char text[16];
-    std::strftime(text, sizeof text, "%Y-%m-%d", &utc);
-    return text;
-}
-
 int Demo(Session& s, const Args&) {
     const std::string host = PELMOR_SERVICE_HOST;
     StartedEmulator emulator;
@@ -270,7 +260,7 @@ int Demo(Session& s, const Args&) {
         walk.Run({"ent", "balance"});
         walk.Run({"ent", "idlock", kHandset});
         walk.Run({"ent", "warranty", kHandset});
-        walk.Run({"ent", "bill", Today()});
+        walk.Run({"ent", "bill"});
     }
 
     if (emulator.Running()) std::cout << "\nStopping the pelmor-emulator the demo started." << std::endl;

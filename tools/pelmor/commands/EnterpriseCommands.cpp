@@ -1,6 +1,8 @@
 // The enterprise edition: its session, the account, and its per-device checks and bill.
 #include <pelmor/Records.h>
 
+#include <ctime>
+
 #include "Command.h"
 #include "DeviceFile.h"
 #include "Terminal.h"
@@ -109,9 +111,20 @@ int Simlock(Session& s, const Args& a) {
     return Check(s, a, "simlock");
 }
 
+// Today in the service's form of a day, YYYY-MM-DD (UTC).
+std::string Today() {
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    gmtime_r(&now, &utc);
+    char text[16] = {};
+    std::strftime(text, sizeof text, "%Y-%m-%d", &utc);
+    return text;
+}
+
 int Bill(Session& s, const Args& a) {
+    const std::string date = a.At(0, Today());
     return s.Exchange("ent bill", [&](JsonObject& out) {
-        return s.S().QueryInvoice(a[0].c_str(), [&](ISocketQueryInvoice* bill) {
+        return s.S().QueryInvoice(date.c_str(), [&](ISocketQueryInvoice* bill) {
             JsonArray lines;
             bill->Traverse([&](ISocketQueryInvoiceItem* item) {
                 lines.push_back(JsonObject{{"date", Utf8(item->GetDate())},
@@ -121,7 +134,7 @@ int Bill(Session& s, const Args& a) {
                                            {"balance", item->GetBalance()}});
                 return true;
             });
-            out["date"] = a[0];
+            out["date"] = date;
             out["lines"] = std::move(lines);
         });
     });
@@ -144,7 +157,7 @@ std::vector<Command> EnterpriseCommands() {
         {g, "idlock", e, "DEVICE", "", 1, 1, "activation-lock check", Idlock},
         {g, "refurbish", e, "DEVICE", "", 1, 1, "refurbishment check", Refurbish},
         {g, "simlock", e, "DEVICE", "", 1, 1, "SIM-lock check", Simlock},
-        {g, "bill", e, "DATE", "", 1, 1, "the daily bill of DATE", Bill},
+        {g, "bill", e, "[DATE]", "", 0, 1, "the daily bill of DATE (YYYY-MM-DD, default today)", Bill},
     };
 }
 
