@@ -160,6 +160,11 @@ TEST_F(Cli, LogInCarriesOverToTheNextRunAndVerifiesAHandset) {
 
     // A refusal by the service: its code, error name and message, and a non-zero exit.
     EXPECT_TRUE(OneLineError(Pelmor({"login", mobile, "000000", "--serial", "1"}), "pelmor: login: 4"));
+
+    // Forgetting the session: the next run sends no token and the service refuses.
+    ASSERT_EQ(Pelmor({"token", "clear"}).status, 0);
+    EXPECT_TRUE(OneLineError(Pelmor({"user"}), "pelmor: user: 4"));
+    EXPECT_EQ(EmulatorControl::LastRequest()["document"].ToString("token"), "");
 }
 
 TEST_F(Cli, TheLibraryIsLoadedAtRunTimeFromWhereItIsPointedTo) {
@@ -195,6 +200,7 @@ TEST_F(Cli, BadInputGivesOneLineAndANonZeroExit) {
         {{"colour", unknown}, "batery"},
         {{"verify", "recovery"}, "no file record"},
         {{"notification", "12x"}, "must be a number"},
+        {{"token", "clear", "now"}, "usage: pelmor token"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.args[0] + " " + (c.args.size() > 1 ? c.args[1] : ""));

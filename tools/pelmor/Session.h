@@ -46,7 +46,6 @@ class Session {
     // The service object of the running command's edition.
     PelmorSocketInterface& S();
     void SetEdition(ENUM_PELMOR_SOCKET_EDITION edition) { edition_ = edition; }
-    ENUM_PELMOR_SOCKET_EDITION Edition() const { return edition_; }
 
     // Stores a new token for the running command's edition, in the library and in the state file.
     void KeepToken(const std::string& token);

@@ -25,17 +25,17 @@ int Config(Session& s, const Args&) {
 int Token(Session& s, const Args& a) {
     State& state = s.state();
     const std::string action = a.At(0, "show");
+    const bool valid = (action == "show" && a.Count() <= 1) || (action == "clear" && a.Count() == 1) ||
+                       (action == "set" && a.Count() == 2);
+    if (!valid) return s.Fail("token", "usage: pelmor token [show | set TOKEN | clear]");
     if (action == "clear") {
         state.token.clear();
         state.enterpriseToken.clear();
         state.serial.clear();
-        if (!s.SaveState()) return kFailed;
-    } else if (action == "set" && a.Count() == 2) {
+    } else if (action == "set") {
         state.token = a[1];
-        if (!s.SaveState()) return kFailed;
-    } else if (action != "show" || a.Count() != 1) {
-        return s.Fail("token", "usage: pelmor token [show | set TOKEN | clear]");
     }
+    if (action != "show" && !s.SaveState()) return kFailed;
     s.Show(JsonObject{{"token", state.token},
                       {"mobile", state.mobile},
                       {"sms serial", state.serial},
@@ -43,7 +43,8 @@ int Token(Session& s, const Args& a) {
                       {"enterprise account", state.enterpriseAccount},
                       {"enterprise expires", state.enterpriseExpires},
                       {"client key", state.key},
-                      {"state file", s.options().statePath}});
+                      {"state file", s.options().statePath},
+                      {"library", s.library().Path()}});
     return kOk;
 }
 
