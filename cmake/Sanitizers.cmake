@@ -6,3 +6,11 @@ if(PELMOR_SANITIZE)
     add_compile_options(${_pelmor_san_flags})
     add_link_options(-fsanitize=address,undefined)
 endif()
+
+# Code that binds the library as a host does sees its classes only through their tables of slots: their
+# type information stays inside the library, so UBSan's dynamic-type check has nothing to link against.
+function(pelmor_as_host target)
+    if(PELMOR_SANITIZE)
+        target_compile_options(${target} PRIVATE -fno-sanitize=vptr)
+    endif()
+endfunction()

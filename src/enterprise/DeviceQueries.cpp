@@ -6,9 +6,9 @@
 #include <cstring>
 #include <string>
 
-#include "EnterpriseRecord.h"
 #include "PelmorSocketEnterprise.h"
 #include "frame/ServiceCall.h"
+#include "frame/VerifyReportHandOver.h"
 #include "records/CSocketRecords.h"
 
 namespace {
@@ -35,7 +35,7 @@ template <typename Record, typename Callback>
 ISocketReply* CheckLine(const wchar_t* path, ISocketDevice* device, const Callback& callback) {
     return ServiceCall::Enterprise(
         path, device && callback, [&] { return ByEcidAndSerial(device); },
-        [&](HalvexReply& reply) { EnterpriseRecord::Fill<Record>(reply, callback); });
+        ServiceCall::FilledRecord<Record>(callback));
 }
 
 }  // namespace
@@ -53,20 +53,7 @@ ISocketReply* PelmorSocketEnterprise::VerifyDevice(ISocketDevice* device, const 
             params.Append("ecid", DeviceToECID(device));
             return params;
         },
-        [&](HalvexReply& reply) {
-            ServiceCall::HandRecord(
-                [&]() -> CSocketInfoVerify* {
-                    auto* report = new (std::nothrow) CSocketInfoVerify();
-                    if (report) {
-                        XJson data = reply.Data();
-                        report->SetJson(data);
-                        report->SetError(1);
-                        report->SetRequestMessage(Platform::String::QW(reply.Message()));
-                    }
-                    return report;
-                },
-                callback);
-        });
+        ServiceCall::VerifyReport(callback));
 }
 
 ISocketReply* PelmorSocketEnterprise::DeviceIpsw(ISocketDevice* device,
@@ -78,7 +65,7 @@ ISocketReply* PelmorSocketEnterprise::DeviceIpsw(ISocketDevice* device,
             params.Append("type", DeviceToProductType(device));
             return params;
         },
-        [&](HalvexReply& reply) { EnterpriseRecord::Fill<CSocketInfoIpsw>(reply, callback); });
+        ServiceCall::FilledRecord<CSocketInfoIpsw>(callback));
 }
 
 // The same form as the standard edition's, but this service calls the contact "contactWay" and the
@@ -104,20 +91,20 @@ ISocketReply* PelmorSocketEnterprise::Feedback(ISocketFeedback* feedback,
 ISocketReply* PelmorSocketEnterprise::DeviceKey(std::function<void(ISocketInfoKey*)> callback) {
     return ServiceCall::Enterprise(
         L"/device/fields", static_cast<bool>(callback), [] { return XJson(); },
-        [&](HalvexReply& reply) { EnterpriseRecord::Fill<CSocketInfoKey>(reply, callback); });
+        ServiceCall::FilledRecord<CSocketInfoKey>(callback));
 }
 
 ISocketReply* PelmorSocketEnterprise::QueryBasic(ISocketDevice* device,
                                                  std::function<void(ISocketQueryBasic*)> callback) {
     return ServiceCall::Enterprise(
         L"/device/details", device && callback, [&] { return ByEcid(device); },
-        [&](HalvexReply& reply) { EnterpriseRecord::Fill<CSocketQueryBasic>(reply, callback); });
+        ServiceCall::FilledRecord<CSocketQueryBasic>(callback));
 }
 
 ISocketReply* PelmorSocketEnterprise::QueryDetails(std::function<void(ISocketQueryDetails*)> callback) {
     return ServiceCall::Enterprise(
         L"/ckcheck/details", static_cast<bool>(callback), [] { return XJson(); },
-        [&](HalvexReply& reply) { EnterpriseRecord::Fill<CSocketQueryDetails>(reply, callback); });
+        ServiceCall::FilledRecord<CSocketQueryDetails>(callback));
 }
 
 ISocketReply* PelmorSocketEnterprise::QueryIdlock(ISocketDevice* device,
@@ -156,5 +143,5 @@ ISocketReply* PelmorSocketEnterprise::QueryInvoice(const char* date,
             return params;
         },
         // The data is the array of the day's lines.
-        [&](HalvexReply& reply) { EnterpriseRecord::Fill<CSocketQueryInvoice>(reply, callback); });
+        ServiceCall::FilledRecord<CSocketQueryInvoice>(callback));
 }

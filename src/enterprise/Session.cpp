@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "EnterpriseRecord.h"
 #include "PelmorSocketEnterprise.h"
 #include "frame/ServiceCall.h"
 #include "records/CSocketAccountRecords.h"
@@ -44,7 +43,7 @@ ISocketReply* PelmorSocketEnterprise::TokenRefresh(std::function<void(const wcha
 ISocketReply* PelmorSocketEnterprise::Heartbeat(std::function<void(ISocketInfoHeartbeat*)> callback) {
     return ServiceCall::Enterprise(
         L"/user/heartbeat", true, [] { return XJson(); },
-        [&](HalvexReply& reply) { EnterpriseRecord::Fill<CSocketInfoHeartbeat>(reply, callback); });
+        ServiceCall::FilledRecord<CSocketInfoHeartbeat>(callback));
 }
 
 ISocketReply* PelmorSocketEnterprise::UserImage(const char* account,
@@ -56,7 +55,7 @@ ISocketReply* PelmorSocketEnterprise::UserImage(const char* account,
             params.Add("account", std::string(account));
             return params;
         },
-        [&](HalvexReply& reply) { EnterpriseRecord::Fill<CSocketInfoAccount>(reply, callback); });
+        ServiceCall::FilledRecord<CSocketInfoAccount>(callback));
 }
 
 ISocketReply* PelmorSocketEnterprise::ChangePassword(const char* oldPassword, const char* newPassword) {

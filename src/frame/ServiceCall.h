@@ -78,4 +78,30 @@ void HandRecord(Make&& make, const Callback& callback) noexcept {
     delete record;
 }
 
+// A record made empty, filled by SetJson from a copy of the reply's data, handed to the callback and
+// destroyed when it returns.
+template <typename Record, typename Callback>
+auto FilledRecord(const Callback& callback) {
+    return [&callback](HalvexReply& reply) {
+        HandRecord(
+            [&] {
+                Record* record = new (std::nothrow) Record();
+                if (record) {
+                    XJson data(reply.Data());
+                    record->SetJson(data);
+                }
+                return record;
+            },
+            callback);
+    };
+}
+
+// A record built whole by its constructor from the reply's data, handed over and destroyed.
+template <typename Record, typename Callback>
+auto ConstructedRecord(const Callback& callback) {
+    return [&callback](HalvexReply& reply) {
+        HandRecord([&] { return new (std::nothrow) Record(reply.Data()); }, callback);
+    };
+}
+
 }  // namespace ServiceCall

@@ -5,8 +5,8 @@
 #include "frame/ServiceCall.h"
 #include "records/CSocketRecords.h"
 
+using ServiceCall::FilledRecord;
 using StandardCall::AllPresent;
-using StandardCall::FilledRecord;
 using StandardCall::WideParam;
 using StandardCall::WideParams;
 using StandardCall::WideText;

@@ -6,8 +6,8 @@
 #include "frame/ServiceCall.h"
 #include "records/CSocketRecords.h"
 
+using ServiceCall::ConstructedRecord;
 using StandardCall::Bytes;
-using StandardCall::ConstructedRecord;
 
 // The paid report: price, payment QR code, payment poll, report. The service alone knows what was paid;
 // each call stands on its own.

@@ -55,30 +55,4 @@ auto WideText(const char* key, const Callback& callback) {
     return [key, &callback](HalvexReply& reply) { callback(reply.Data().ToXString(key).c_str()); };
 }
 
-// A record made empty, filled by SetJson from a copy of the reply's data, handed to the callback and
-// destroyed when it returns.
-template <typename Record, typename Callback>
-auto FilledRecord(const Callback& callback) {
-    return [&callback](HalvexReply& reply) {
-        ServiceCall::HandRecord(
-            [&] {
-                Record* record = new (std::nothrow) Record();
-                if (record) {
-                    XJson data(reply.Data());
-                    record->SetJson(data);
-                }
-                return record;
-            },
-            callback);
-    };
-}
-
-// A record built whole by its constructor from the reply's data, handed over and destroyed.
-template <typename Record, typename Callback>
-auto ConstructedRecord(const Callback& callback) {
-    return [&callback](HalvexReply& reply) {
-        ServiceCall::HandRecord([&] { return new (std::nothrow) Record(reply.Data()); }, callback);
-    };
-}
-
 }  // namespace StandardCall

@@ -4,12 +4,13 @@
 #include "PelmorSocketStandard.h"
 #include "StandardCall.h"
 #include "frame/ServiceCall.h"
+#include "frame/VerifyReportHandOver.h"
 #include "records/CSocketRecords.h"
 
+using ServiceCall::ConstructedRecord;
+using ServiceCall::FilledRecord;
 using StandardCall::Bytes;
-using StandardCall::ConstructedRecord;
 using StandardCall::FileRecord;
-using StandardCall::FilledRecord;
 
 namespace {
 
@@ -87,21 +88,7 @@ ISocketReply* PelmorSocketStandard::VerifyDevice(ISocketDevice* device, const QB
             params.Append("ecid", DeviceToECID(device));
             return params;
         },
-        [&](HalvexReply& reply) {
-            ServiceCall::HandRecord(
-                [&] {
-                    CSocketInfoVerify* report = new (std::nothrow) CSocketInfoVerify();
-                    if (report) {
-                        XJson data(reply.Data());
-                        report->SetJson(data);
-                        // Reaching here means the exchange worked, whatever the service said.
-                        report->SetError(1);
-                        report->SetRequestMessage(Platform::String::QW(reply.Message()));
-                    }
-                    return report;
-                },
-                callback);
-        });
+        ServiceCall::VerifyReport(callback));
 }
 
 ISocketReply* PelmorSocketStandard::VerifyImage(ISocketDevice* device, int level, const char* levelMsg,
