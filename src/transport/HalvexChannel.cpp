@@ -33,10 +33,13 @@ QByteArray HalvexHTTP::Encrypt_BASE64_AES(XJson& document) {
         const QByteArray cipher = XCrypt::AES::CBC::EncryptPKCS7(Key(), Iv(), BytesOf(document.ToJson()));
         const QByteArray inner = XCrypt::BASE64::Encode(cipher);
         if (inner.isEmpty()) return QByteArray();
-        XJson envelope;
-        envelope.Add("En", 1);
-        envelope.Add("data", TextOf(inner));
-        const QByteArray body = XCrypt::BASE64::Encode(BytesOf(envelope.ToJson()));
+        // {"En":1,"data":"<inner>"} written out directly: Base64 text needs no escaping, and this is on
+        // every request's path.
+        const std::string text = TextOf(inner);
+        std::string envelope;
+        envelope.reserve(text.size() + 20);
+        envelope.append(R"({"En":1,"data":")").append(text).append(R"("})");
+        const QByteArray body = XCrypt::BASE64::Encode(BytesOf(envelope));
         return body.left(static_cast<int>(qstrnlen(body.constData(), body.size())));
     } catch (...) {
         return QByteArray();
