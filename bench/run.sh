@@ -28,5 +28,6 @@ if ! (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; then
     done
 fi
 echo "== loopback against pelmor-emulator on $host =="
-"$build/bench/bench_loopback" --benchmark_min_time=3 --benchmark_repetitions=3 \
+# Interleaved repetitions, so that drift of a busy machine falls on both sides alike.
+"$build/bench/bench_loopback" --benchmark_min_time=2 --benchmark_repetitions=6 --benchmark_enable_random_interleaving=true \
     --benchmark_report_aggregates_only=true
