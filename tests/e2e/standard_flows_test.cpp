@@ -12,16 +12,9 @@
 
 #include "DeviceFile.h"
 #include "EmulatorControl.h"
+#include "OperationTable.h"
 
 namespace {
-
-std::string Narrow(const wchar_t* text) {
-    return text ? XString(text).ToUtf8() : std::string("<null>");
-}
-
-std::string Narrow(const XString& text) {
-    return text.ToUtf8();
-}
 
 XString Wide(const std::string& text) {
     return XString::FromUtf8(text);
@@ -66,19 +59,13 @@ QByteArray FileBytes(ISocketDevice& device) {
     return file ? file->data : QByteArray();
 }
 
-class StandardFlows : public ::testing::Test {
+// The same service object as the per-operation tests, but starting with no session: the flows log in.
+class StandardFlows : public StandardServiceTest {
   protected:
     void SetUp() override {
-        EmulatorControl::Reset();
-        ASSERT_TRUE(_07E1B4A0_9C19_4E0D_9C9E_DB8DE5EA4D5F(PELMOR_SOCKET_EDITION_STANDARD, XString(L"Brisel"),
-                                                          XString(L"4.0.0")));
-        service_ = _402FB360_0FB0_4ECD_B608_D2D254A998B7();
-        ASSERT_NE(service_, nullptr);
-        service_->SetToken(XString());
+        StandardServiceTest::SetUp();
+        Service().SetToken(XString());
     }
-    void TearDown() override { _3038522B_2CCC_469F_A114_481207ED3475(); }
-
-    PelmorSocketInterface& Service() { return *service_; }
 
     // Asks for an SMS code and reads it from the emulator's control surface; returns {no, code}.
     std::pair<std::string, std::string> SmsCode(const std::string& mobile) {
@@ -109,9 +96,6 @@ class StandardFlows : public ::testing::Test {
         if (outcome) *outcome = o;
         return phone;
     }
-
-  private:
-    PelmorSocketInterface* service_ = nullptr;
 };
 
 TEST_F(StandardFlows, SmsLogInGivesATokenThatTheNextRequestsCarry) {
