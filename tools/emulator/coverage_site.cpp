@@ -3,6 +3,7 @@
 #include "emulator/coverage_cert.h"
 #include "emulator/coverage_pages.h"
 #include "emulator/coverage_sessions.h"
+#include "emulator/server_settings.h"
 
 #include <httplib.h>
 
@@ -246,15 +247,8 @@ bool CoverageSite::bind(const std::string& address, int port, std::string& error
         error = "cannot set up TLS for the coverage site";
         return false;
     }
-    const Options& o = ctx_.options;
-    server_->new_task_queue = [] { return new httplib::ThreadPool(8); };
-    server_->set_keep_alive_timeout(o.keep_alive_timeout_s);
-    server_->set_read_timeout(o.io_timeout_s, 0);
-    server_->set_write_timeout(o.io_timeout_s, 0);
-    server_->set_socket_options([](socket_t sock) {
-        int yes = 1;
-        setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    });
+    // A handful of browser-like clients at most.
+    apply_server_settings(*server_, ctx_.options, 8);
     auto route = [ctx = &ctx_](const httplib::Request& req, httplib::Response& res) {
         log_request(*ctx, req, dispatch(*ctx, req, res));
     };

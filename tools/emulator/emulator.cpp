@@ -3,12 +3,10 @@
 #include "emulator/control.h"
 #include "emulator/coverage_site.h"
 #include "emulator/handlers.h"
+#include "emulator/server_settings.h"
 #include "emulator/service.h"
 
 #include <httplib.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
 
 #include <cerrno>
 #include <csignal>
@@ -21,24 +19,7 @@ Emulator::Emulator(Options options)
     register_handlers(ctx_->router);
     coverage_ = std::make_unique<CoverageSite>(*ctx_);
 
-    const Options& o = ctx_->options;
-    const std::size_t threads = o.threads;
-    server_->new_task_queue = [threads] { return new httplib::ThreadPool(threads); };
-    // Clients reuse connections; the default of five requests per connection would make a keep-alive
-    // client reconnect all the time and spoil throughput measurements.
-    server_->set_keep_alive_max_count(o.keep_alive_max);
-    server_->set_keep_alive_timeout(o.keep_alive_timeout_s);
-    server_->set_read_timeout(o.io_timeout_s, 0);
-    server_->set_write_timeout(o.io_timeout_s, 0);
-    // No SO_REUSEPORT: a second emulator on the same port must fail to bind instead of sharing it.
-    // TCP_NODELAY because the head and body of a response go out in separate writes; with Nagle and
-    // delayed ACKs a keep-alive client would wait tens of milliseconds per request.
-    server_->set_socket_options([](socket_t sock) {
-        int yes = 1;
-        setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-        setsockopt(sock, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
-    });
-    server_->set_tcp_nodelay(true);
+    apply_server_settings(*server_, ctx_->options, ctx_->options.threads);
 
     auto route = [ctx = ctx_.get()](const httplib::Request& req, httplib::Response& res) {
         if (is_control_path(req.path)) {
