@@ -1,6 +1,9 @@
 #include <pelmor/HalvexReply.h>
 #include <pelmor/platform/PlatformString.h>
 
+#include <cstddef>
+#include <iterator>
+
 namespace {
 
 struct LocalFailure {
@@ -22,6 +25,26 @@ constexpr const wchar_t kFallbackMessage[] = L"未知错误，请稍候重试";
 
 QString Wide(const wchar_t* text) {
     return Platform::String::WQ(XString(text));
+}
+
+// Every reply starts at code 1 and every success reads the fallback: convert those texts once, then
+// share them (QString copies are reference-counted).
+struct LocalTexts {
+    QString names[std::size(kLocalFailures)];
+    QString messages[std::size(kLocalFailures)];
+    QString fallback = Wide(kFallbackMessage);
+
+    LocalTexts() {
+        for (std::size_t i = 0; i < std::size(kLocalFailures); ++i) {
+            names[i] = Wide(kLocalFailures[i].name);
+            messages[i] = Wide(kLocalFailures[i].message);
+        }
+    }
+};
+
+const LocalTexts& Texts() {
+    static const LocalTexts texts;
+    return texts;
 }
 
 }  // namespace
@@ -64,7 +87,7 @@ QString HalvexReply::Error() const {
 
 QString HalvexReply::Message() const {
     try {
-        return error_.isEmpty() ? Wide(kFallbackMessage) : message_;
+        return error_.isEmpty() ? Texts().fallback : message_;
     } catch (...) {
         return QString();
     }
@@ -77,10 +100,11 @@ long long HalvexReply::Timestamp() const {
 void HalvexReply::Update(int code) {
     code_ = code;
     if (code >= HALVEX_REPLY_INVALID_ARG && code <= HALVEX_REPLY_HTTP_ERROR) {
-        const LocalFailure& failure = kLocalFailures[code - HALVEX_REPLY_INVALID_ARG];
+        const std::size_t index = static_cast<std::size_t>(code - HALVEX_REPLY_INVALID_ARG);
         try {
-            error_ = Wide(failure.name);
-            message_ = Wide(failure.message);
+            const LocalTexts& texts = Texts();
+            error_ = texts.names[index];
+            message_ = texts.messages[index];
         } catch (...) {
             // Out of memory: the code alone still tells the failure.
         }
