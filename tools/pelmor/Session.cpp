@@ -2,8 +2,10 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <iostream>
+#include <thread>
 
 #include "DeviceFile.h"
 #include "Devices.h"
@@ -147,6 +149,27 @@ void Session::Progress(const std::string& text) {
 void Session::EndProgress() {
     if (progressShown_) std::cerr << '\n';
     progressShown_ = false;
+}
+
+int Session::Wait(const std::string& what, const std::string& waiting, int timeoutSeconds,
+                  int intervalSeconds, const std::string& timedOut,
+                  const std::function<std::optional<int>(std::string& note)>& attempt) {
+    using namespace std::chrono;
+    const auto start = steady_clock::now();
+    std::string note;
+    for (;;) {
+        const int waited = static_cast<int>(duration_cast<seconds>(steady_clock::now() - start).count());
+        Progress(waiting + "... " + std::to_string(waited) + " s" + (note.empty() ? "" : " (" + note + ")"));
+        if (const std::optional<int> done = attempt(note)) {
+            EndProgress();
+            return *done;
+        }
+        if (waited >= timeoutSeconds) {
+            EndProgress();
+            return Fail(what, timedOut, kFailed);
+        }
+        std::this_thread::sleep_for(seconds(intervalSeconds));
+    }
 }
 
 std::unique_ptr<CDeviceFile> Session::Device(const std::string& what, const std::string& nameOrPath) {

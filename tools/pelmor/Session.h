@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "Library.h"
@@ -77,6 +78,11 @@ class Session {
     // A progress line on stderr, rewritten in place on a terminal.
     void Progress(const std::string& text);
     void EndProgress();
+    // Asks attempt every intervalSeconds, with the progress line "<waiting>... N s (note)", until it
+    // gives an Exit; after timeoutSeconds fails with timedOut. attempt may set the note.
+    int Wait(const std::string& what, const std::string& waiting, int timeoutSeconds, int intervalSeconds,
+             const std::string& timedOut,
+             const std::function<std::optional<int>(std::string& note)>& attempt);
 
     // Loads a device by path or by the name of a sample device; tells the failure and returns null.
     std::unique_ptr<CDeviceFile> Device(const std::string& what, const std::string& nameOrPath);

@@ -3,9 +3,8 @@
 #include <pelmor/HalvexReply.h>
 #include <pelmor/records/AccountRecords.h>
 
-#include <chrono>
 #include <iostream>
-#include <thread>
+#include <optional>
 
 #include "Command.h"
 #include "Terminal.h"
@@ -91,33 +90,27 @@ int Wechat(Session& s, const Args& a) {
         return kOk;
     }
     const int timeout = std::atoi(a.Get("--timeout", "120").c_str());
-    const auto start = std::chrono::steady_clock::now();
     JsonObject profile;
     std::string openId;
-    std::string note;
-    for (;;) {
-        const int waited = static_cast<int>(
-            std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - start)
-                .count());
-        s.Progress("waiting for the scan... " + std::to_string(waited) + " s" +
-                   (note.empty() ? "" : " (" + note + ")"));
-        const Session::Answer answer = s.Ask([&] {
-            return s.S().WecharQueryToken(Wide(key).c_str(), [&](ISocketInfoWechar* w) {
-                profile = WecharProfile(w);
-                openId = Utf8(w->GetID());
-            });
-        });
-        // The service refuses the question until the code is scanned; only local failures end the wait.
-        if (!answer.offered || (!answer.success && answer.code <= HALVEX_REPLY_HTTP_ERROR))
-            return s.Report("wechat", answer);
-        if (answer.success && !openId.empty()) break;
-        note = answer.message;
-        if (waited >= timeout)
-            return s.Fail("wechat", "nobody scanned the code within " + std::to_string(timeout) + " s",
-                          kFailed);
-        std::this_thread::sleep_for(std::chrono::seconds(2));
-    }
-    s.EndProgress();
+    const int waited =
+        s.Wait("wechat", "waiting for the scan", timeout, 2,
+               "nobody scanned the code within " + std::to_string(timeout) + " s",
+               [&](std::string& note) -> std::optional<int> {
+                   const Session::Answer answer = s.Ask([&] {
+                       return s.S().WecharQueryToken(Wide(key).c_str(), [&](ISocketInfoWechar* w) {
+                           profile = WecharProfile(w);
+                           openId = Utf8(w->GetID());
+                       });
+                   });
+                   // The service refuses the question until the code is scanned; only local failures end the
+                   // wait.
+                   if (!answer.offered || (!answer.success && answer.code <= HALVEX_REPLY_HTTP_ERROR))
+                       return s.Report("wechat", answer);
+                   if (answer.success && !openId.empty()) return kOk;
+                   note = answer.message;
+                   return std::nullopt;
+               });
+    if (waited != kOk) return waited;
     const XString wideId = Wide(openId), wideKey = Wide(key);
     std::string token;
     const Session::Answer answer = s.Ask([&] {

@@ -1,9 +1,8 @@
 // The paid professional report: price, payment by QR code, and the report itself.
 #include <pelmor/records/ProfessionalReport.h>
 
-#include <chrono>
 #include <iostream>
-#include <thread>
+#include <optional>
 
 #include "Command.h"
 #include "DeviceFile.h"
@@ -94,23 +93,16 @@ int PayAndWait(Session& s, CDeviceFile& device, bool way, bool wait, int timeout
         if (s.options().json) s.Show(JsonObject{{"order", Utf8(tradeNo)}, {"qrcode", qr.toStdString()}});
         return kOk;
     }
-    const auto start = std::chrono::steady_clock::now();
-    for (;;) {
-        const int waited = static_cast<int>(
-            std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - start)
-                .count());
-        s.Progress("waiting for payment of order " + Utf8(tradeNo) + "... " + std::to_string(waited) + " s");
-        bool paid = false;
-        status = PaymentState(s, tradeNo, paid);
-        if (status != kOk) return status;
-        if (paid) break;
-        if (waited >= timeout)
-            return s.Fail("pay",
-                          "order " + Utf8(tradeNo) + " not paid within " + std::to_string(timeout) + " s",
-                          kFailed);
-        std::this_thread::sleep_for(std::chrono::seconds(1));
-    }
-    s.EndProgress();
+    status = s.Wait("pay", "waiting for payment of order " + Utf8(tradeNo), timeout, 1,
+                    "order " + Utf8(tradeNo) + " not paid within " + std::to_string(timeout) + " s",
+                    [&](std::string&) -> std::optional<int> {
+                        bool paid = false;
+                        const int state = PaymentState(s, tradeNo, paid);
+                        if (state != kOk) return state;
+                        if (paid) return kOk;
+                        return std::nullopt;
+                    });
+    if (status != kOk) return status;
     s.Show(JsonObject{{"order", Utf8(tradeNo)}, {"paid", true}});
     return kOk;
 }
