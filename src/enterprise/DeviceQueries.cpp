@@ -13,10 +13,6 @@
 
 namespace {
 
-std::string Text(const char* text) {
-    return text ? std::string(text) : std::string();
-}
-
 // The service names a device by its chip id and, for the paid checks, its serial; no description.
 XJson ByEcid(ISocketDevice* device) {
     XJson params;
@@ -49,7 +45,7 @@ ISocketReply* PelmorSocketEnterprise::VerifyDevice(ISocketDevice* device, const 
             XJson params;
             params.Add("info", DeviceToJson(device));
             // The bytes travel as text, so they end at the first zero byte.
-            params.Add("file", std::string(file.constData(), qstrnlen(file.constData(), file.size())));
+            params.Add("file", ServiceCall::Text(file));
             params.Append("ecid", DeviceToECID(device));
             return params;
         },
@@ -76,12 +72,12 @@ ISocketReply* PelmorSocketEnterprise::Feedback(ISocketFeedback* feedback,
         L"/user/feedback", feedback && callback,
         [&] {
             XJson params;
-            params.Add("contactWay", Text(feedback->GetContactId()));
-            params.Add("message", Text(feedback->GetMessage()));
-            params.Add("osVer", Text(feedback->GetOsVersion()));
-            params.Add("itunesVer", Text(feedback->GetItunesVersion()));
-            params.Add("deviceName", Text(feedback->GetMobileName()));
-            params.Add("ecid", Text(feedback->GetEcid()));
+            params.Add("contactWay", ServiceCall::Text(feedback->GetContactId()));
+            params.Add("message", ServiceCall::Text(feedback->GetMessage()));
+            params.Add("osVer", ServiceCall::Text(feedback->GetOsVersion()));
+            params.Add("itunesVer", ServiceCall::Text(feedback->GetItunesVersion()));
+            params.Add("deviceName", ServiceCall::Text(feedback->GetMobileName()));
+            params.Add("ecid", ServiceCall::Text(feedback->GetEcid()));
             return params;
         },
         // The service's answer sentence, also when it refused.

@@ -2,7 +2,9 @@
 
 #include <pelmor/HalvexHTTP.h>
 
+#include <QByteArray>
 #include <new>
+#include <string>
 #include <utility>
 
 #include "frame/PelmorSocketHelper.h"
@@ -57,6 +59,16 @@ HalvexReply* Enterprise(const wchar_t* path, bool argumentsPresent, Params&& par
                                     PelmorSocketHelper::BuildJson(params()));
         },
         std::forward<OnReply>(onReply));
+}
+
+// A narrow text parameter: a missing text goes as an empty one, and bytes end at the first zero byte,
+// like the C string they are taken as.
+inline std::string Text(const char* text) {
+    return text ? std::string(text) : std::string();
+}
+
+inline std::string Text(const QByteArray& bytes) {
+    return std::string(bytes.constData(), qstrnlen(bytes.constData(), static_cast<uint>(bytes.size())));
 }
 
 // For operations that read nothing back.

@@ -14,10 +14,6 @@
 
 namespace {
 
-std::string Text(const char* text) {
-    return text ? std::string(text) : std::string();
-}
-
 // The normal-mode record's texts. Hosts are expected to pass a device in normal mode; one without the
 // record reads as empty texts instead of crashing the host.
 XString DeviceName(ISocketDevice* device) {
@@ -43,12 +39,12 @@ ISocketReply* PelmorSocketStandard::Feedback(ISocketFeedback* feedback,
         "user.feedback", feedback && callback,
         [&] {
             XJson params;
-            params.Add("contactId", Text(feedback->GetContactId()));
-            params.Add("message", Text(feedback->GetMessage()));
-            params.Add("osVer", Text(feedback->GetOsVersion()));
-            params.Add("itunesVer", Text(feedback->GetItunesVersion()));
-            params.Add("mobName", Text(feedback->GetMobileName()));
-            params.Add("ecid", Text(feedback->GetEcid()));
+            params.Add("contactId", ServiceCall::Text(feedback->GetContactId()));
+            params.Add("message", ServiceCall::Text(feedback->GetMessage()));
+            params.Add("osVer", ServiceCall::Text(feedback->GetOsVersion()));
+            params.Add("itunesVer", ServiceCall::Text(feedback->GetItunesVersion()));
+            params.Add("mobName", ServiceCall::Text(feedback->GetMobileName()));
+            params.Add("ecid", ServiceCall::Text(feedback->GetEcid()));
             return params;
         },
         // The service's answer sentence, also when it refused.

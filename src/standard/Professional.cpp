@@ -7,7 +7,6 @@
 #include "records/CSocketRecords.h"
 
 using ServiceCall::ConstructedRecord;
-using StandardCall::Bytes;
 
 // The paid report: price, payment QR code, payment poll, report. The service alone knows what was paid;
 // each call stands on its own.
@@ -62,7 +61,7 @@ ISocketReply* PelmorSocketStandard::ProfessionalVerify(ISocketDevice* device, QB
         [&] {
             XJson params;
             params.Append("info", DeviceToJson(device));
-            params.Add("file", Bytes(file));
+            params.Add("file", ServiceCall::Text(file));
             params.Append("ecid", DeviceToECID(device));
             return params;
         },

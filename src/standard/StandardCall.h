@@ -35,15 +35,6 @@ inline XJson WideParams(std::initializer_list<WideParam> texts) {
     return params;
 }
 
-// Bytes sent as a byte string stop at the first zero byte, like the C string they are taken as.
-inline std::string Bytes(const QByteArray& bytes) {
-    return std::string(bytes.constData());
-}
-
-inline std::string Bytes(const char* text) {
-    return text ? std::string(text) : std::string();
-}
-
 // The device's file record; a missing device has none.
 inline const XSocketDeviceFile* FileRecord(ISocketDevice* device) {
     return device ? device->GetFileRecord() : nullptr;

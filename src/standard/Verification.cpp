@@ -9,7 +9,6 @@
 
 using ServiceCall::ConstructedRecord;
 using ServiceCall::FilledRecord;
-using StandardCall::Bytes;
 using StandardCall::FileRecord;
 
 namespace {
@@ -52,7 +51,7 @@ ISocketReply* PelmorSocketStandard::DeviceBackup(ISocketDevice* device,
         "equipment.backupHD", file != nullptr,
         [&] {
             XJson params;
-            params.Add("file", Bytes(file->data));
+            params.Add("file", ServiceCall::Text(file->data));
             params.Append("ecid", DeviceToECID(device));
             params.Append("mobName", file->name);
             params.Append("mobType", DeviceToProductType(device));
@@ -84,7 +83,7 @@ ISocketReply* PelmorSocketStandard::VerifyDevice(ISocketDevice* device, const QB
         [&] {
             XJson params;
             params.Append("info", DeviceToJson(device));
-            params.Add("file", Bytes(file));
+            params.Add("file", ServiceCall::Text(file));
             params.Append("ecid", DeviceToECID(device));
             return params;
         },
@@ -100,7 +99,7 @@ ISocketReply* PelmorSocketStandard::VerifyImage(ISocketDevice* device, int level
         [&] {
             XJson image;
             image.Add("level", level);
-            image.Add("levelMsg", Bytes(levelMsg));
+            image.Add("levelMsg", ServiceCall::Text(levelMsg));
             XJson params;
             params.Append("info", DeviceToJson(device));
             params.Append("ecid", DeviceToECID(device));
