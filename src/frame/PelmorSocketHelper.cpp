@@ -25,9 +25,10 @@ struct ModuleLifetime {
 };
 const ModuleLifetime moduleLifetime;
 
-const XString kEnterpriseAddress(L"http://" PELMOR_SERVICE_HOST L"/brisel-ent/api");
-const XString kStandardAddress(L"http://" PELMOR_SERVICE_HOST L"/modules/app/api.do?");
-const XString kFallbackAddress(L"http://" PELMOR_SERVICE_HOST L"/");
+const XString kEnterpriseAddress(XString::FromUtf8("http://" + ServiceHosts::Service() + "/brisel-ent/api"));
+const XString kStandardAddress(XString::FromUtf8("http://" + ServiceHosts::Service() +
+                                                 "/modules/app/api.do?"));
+const XString kFallbackAddress(XString::FromUtf8("http://" + ServiceHosts::Service() + "/"));
 
 }  // namespace
 
