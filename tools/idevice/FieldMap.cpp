@@ -143,6 +143,14 @@ std::optional<std::string> Read(ISocketDevice& d) {
     return Shown(record->*Member);
 }
 
+// Version numbers are values even when zero ("15.6" has patch 0).
+template <auto Getter, auto Member>
+std::optional<std::string> ReadNumber(ISocketDevice& d) {
+    const auto* record = (d.*Getter)();
+    if (!record) return std::nullopt;
+    return std::to_string(record->*Member);
+}
+
 template <auto Getter>
 std::optional<std::string> ReadFlag(ISocketDevice& d) {
     return (d.*Getter)() ? "true" : "";
@@ -219,8 +227,10 @@ const std::vector<Field>& FieldMap() {
         {"battery", "cycleCount", Source::IORegistry, B, "CycleCount", kNumber,
          &Put<&D::battery, &XSocketDeviceBattery::cycleCount, &AsInt>,
          &Read<&I::GetBatteryRecord, &XSocketDeviceBattery::cycleCount>},
-        {"battery", "health", Source::IORegistry, B, "NominalChargeCapacity, DesignCapacity",
-         "full-charge capacity (NominalChargeCapacity, else AppleRawMaxCapacity) x 100 / DesignCapacity",
+        {"battery", "health", Source::IORegistry, B,
+         "NominalChargeCapacity, AppleRawMaxCapacity, DesignCapacity",
+         "per cent: full-charge capacity (`NominalChargeCapacity`, else `AppleRawMaxCapacity`) x 100 / "
+         "`DesignCapacity`",
          &BatteryHealth, &Read<&I::GetBatteryRecord, &XSocketDeviceBattery::health>},
         {"battery", "batt", Source::IORegistry, B, "Serial", kText,
          &Put<&D::battery, &XSocketDeviceBattery::batt, &AsText>,
@@ -228,13 +238,13 @@ const std::vector<Field>& FieldMap() {
 
         {"systemVersion", "major", Source::Lockdown, L, "ProductVersion", "first number of \"15.6.1\"",
          &VersionPart<0, &XSocketDeviceVersion::major>,
-         &Read<&I::GetSystemVersion, &XSocketDeviceVersion::major>},
+         &ReadNumber<&I::GetSystemVersion, &XSocketDeviceVersion::major>},
         {"systemVersion", "minor", Source::Lockdown, L, "ProductVersion", "second number",
          &VersionPart<1, &XSocketDeviceVersion::minor>,
-         &Read<&I::GetSystemVersion, &XSocketDeviceVersion::minor>},
+         &ReadNumber<&I::GetSystemVersion, &XSocketDeviceVersion::minor>},
         {"systemVersion", "patch", Source::Lockdown, L, "ProductVersion", "third number, 0 when absent",
          &VersionPart<2, &XSocketDeviceVersion::patch>,
-         &Read<&I::GetSystemVersion, &XSocketDeviceVersion::patch>},
+         &ReadNumber<&I::GetSystemVersion, &XSocketDeviceVersion::patch>},
 
         PELMOR_NONE("storage", storage, GetStorageRecord, XSocketDeviceStorage, diskType),
         PELMOR_NONE("storage", storage, GetStorageRecord, XSocketDeviceStorage, diskManufacturer),
@@ -308,8 +318,16 @@ DeviceRecords RecordsFromCapture(const Capture& capture) {
 
 namespace {
 
+// "A, B" as "`A`, `B`".
+std::string Quoted(const std::string& keys) {
+    std::string out = "`";
+    for (char c : keys)
+        out += c == ',' ? std::string("`,") : c == ' ' ? std::string(" `") : std::string(1, c);
+    return out + "`";
+}
+
 std::string SourceText(const Field& f) {
-    const std::string keys = std::string("`") + f.keys + "`";
+    const std::string keys = Quoted(f.keys);
     switch (f.source) {
         case Source::Lockdown:
             return std::string(f.domain) == kLockdownDomain
