@@ -35,10 +35,13 @@ bool IsDict(const CaptureValue* v) {
     return v && v->kind == CaptureValue::Kind::Dict;
 }
 
-}  // namespace
+// Handsets nest a few levels at most; a deeper file is hostile and is cut off there rather than allowed
+// to exhaust the stack.
+constexpr int kMaxDepth = 32;
 
-CaptureValue FromPlist(plist_t node) {
+CaptureValue FromPlistAt(plist_t node, int depth) {
     CaptureValue value;
+    if (depth > kMaxDepth) return value;
     switch (plist_get_node_type(node)) {
         case PLIST_STRING:
         case PLIST_KEY: {
@@ -83,7 +86,7 @@ CaptureValue FromPlist(plist_t node) {
         case PLIST_ARRAY:
             value.kind = CaptureValue::Kind::Array;
             for (uint32_t i = 0, n = plist_array_get_size(node); i < n; ++i)
-                value.items.push_back(FromPlist(plist_array_get_item(node, i)));
+                value.items.push_back(FromPlistAt(plist_array_get_item(node, i), depth + 1));
             break;
         case PLIST_DICT: {
             value = CaptureValue::Dict();
@@ -95,7 +98,7 @@ CaptureValue FromPlist(plist_t node) {
                 plist_dict_next_item(node, iter, &rawKey, &item);
                 const PlistText key(rawKey);
                 if (!item) break;
-                value.members.emplace_back(key ? key.get() : "", FromPlist(item));
+                value.members.emplace_back(key ? key.get() : "", FromPlistAt(item, depth + 1));
             }
             std::free(iter);
             break;
@@ -104,6 +107,12 @@ CaptureValue FromPlist(plist_t node) {
             break;
     }
     return value;
+}
+
+}  // namespace
+
+CaptureValue FromPlist(plist_t node) {
+    return FromPlistAt(node, 0);
 }
 
 bool AddCaptureFile(Capture& capture, const std::string& bytes, const std::string& domain,
