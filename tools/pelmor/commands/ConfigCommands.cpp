@@ -92,7 +92,7 @@ int Devices(Session& s, const Args&) {
     for (const SampleDevice& sample : SampleDevices())
         rows.push_back(
             JsonObject{{"name", sample.name}, {"description", sample.description}, {"path", sample.path}});
-    s.Show(rows);
+    s.Show(JsonObject{{"devices", std::move(rows)}});
     return kOk;
 }
 
