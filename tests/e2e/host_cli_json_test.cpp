@@ -43,7 +43,11 @@ class CliJson : public CliTest {
         std::vector<std::string> line{"--json"};
         line.insert(line.end(), args.begin(), args.end());
         const Outcome run = Pelmor(line, {}, answer);
-        std::string typed = args[0] == "ent" ? "ent " + args[1] : args[0];
+        // "ent" and the device file's own actions take a second word.
+        const bool twoWords =
+            args.size() > 1 &&
+            (args[0] == "ent" || (args[0] == "device" && (args[1] == "import" || args[1] == "check")));
+        const std::string typed = twoWords ? args[0] + " " + args[1] : args[0];
         SCOPED_TRACE("pelmor --json " + typed);
         EXPECT_EQ(run.status, status) << run.out << run.err;
         boost::system::error_code ec;
@@ -100,6 +104,12 @@ TEST_F(CliJson, EveryCommandPrintsOneDocumentOfTheContract) {
     Run({"version"});
     Run({"devices"});
     Run({"device", kHandset});
+    const std::string captures = PELMOR_TEST_DATA_DIR "/captures/";
+    const json::value imported =
+        Run({"device", "import", captures + "complete-lockdownd.plist", captures + "complete-battery.plist"});
+    const std::string phone = home_ + "/phone.json";
+    std::ofstream(phone) << json::serialize(imported.at("result").at("device"));
+    Run({"device", "check", phone});
     Run({"census", "verify", "start"});
     Run({"sms-request", mobile});
     const json::value sms = Run({"sms-code", mobile});

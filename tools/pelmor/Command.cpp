@@ -184,14 +184,14 @@ int IntegerOption(Session& session, const Args& args, const std::string& option,
 }
 
 void PrintHelp() {
-    std::cout
-        << "Usage: pelmor [--json] [--library PATH] COMMAND [ARGS]\n"
-           "       pelmor COMMAND --help\n"
-           "\n"
-           "Drives libPelmorSocket from the command line, loading it at run time as a desktop host\n"
-           "does. DEVICE is a device file (JSON) or the name of a sample device (see `pelmor devices`).\n"
-           "The session token is kept in $XDG_CONFIG_HOME/pelmor/state.json between runs.\n"
-           "\n";
+    std::cout << "Usage: pelmor [--json] [--library PATH] COMMAND [ARGS]\n"
+                 "       pelmor COMMAND --help\n"
+                 "\n"
+                 "Drives libPelmorSocket from the command line, loading it at run time as a desktop host\n"
+                 "does. DEVICE is a device file (JSON), the name of a sample device (see `pelmor devices`),\n"
+                 "usb (the one handset on USB), usb:<UDID>, or a capture (.plist) of a handset.\n"
+                 "The session token is kept in $XDG_CONFIG_HOME/pelmor/state.json between runs.\n"
+                 "\n";
     PrintGlobalOptions();
     const char* groups[] = {kGroupConfig,   kGroupLogin,        kGroupUser,
                             kGroupDevices,  kGroupProfessional, kGroupFeedback,

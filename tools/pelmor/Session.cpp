@@ -164,6 +164,11 @@ void Session::Show(const Json& result) {
     Emit(JsonObject{{"ok", true}, {"command", command_}, {"result", result}});
 }
 
+void Session::Warn(const std::string& what, const std::string& message) {
+    EndProgress();
+    std::cerr << "pelmor: " << (what.empty() ? "" : what + ": ") << OneLine(message) << std::endl;
+}
+
 int Session::Fail(const std::string& what, const std::string& message, int status) {
     const char* kind = status == kBadInput ? "usage" : status == kNotOffered ? "notOffered" : "failed";
     return Failure(

@@ -83,6 +83,8 @@ class Session {
     // A failure: with --json the document {"ok": false, "command", "exitStatus", "error"} on stdout,
     // else "pelmor: <what>: <message>" on stderr. The error's kind follows from status. Returns status.
     int Fail(const std::string& what, const std::string& message, int status = kBadInput);
+    // A warning: one line on stderr in either mode, "pelmor: <what>: <message>"; the run goes on.
+    void Warn(const std::string& what, const std::string& message);
     // A failure with an error object of the caller's making (kind, code, name, message; see Fail).
     // result, when not null, goes into the document too (what was done before the failure).
     int FailWith(const std::string& what, int status, JsonObject error, Json result = nullptr) {

@@ -5,6 +5,7 @@
 #include "Command.h"
 #include "DeviceFile.h"
 #include "Devices.h"
+#include "HandsetCommands.h"
 
 namespace pelmor {
 
@@ -92,11 +93,14 @@ int Devices(Session& s, const Args&) {
     for (const SampleDevice& sample : SampleDevices())
         rows.push_back(
             JsonObject{{"name", sample.name}, {"description", sample.description}, {"path", sample.path}});
+    ConnectedRows(s, rows);
     s.Show(JsonObject{{"devices", std::move(rows)}});
     return kOk;
 }
 
 int Device(Session& s, const Args& a) {
+    if (a[0] == "import" || a[0] == "check") return DeviceSubcommand(s, a);
+    if (a.Count() > 1) return s.Fail("device", "too many arguments; usage: pelmor device DEVICE");
     auto device = s.Device("device", a[0]);
     if (!device) return kBadInput;
     JsonObject out;
@@ -148,8 +152,8 @@ std::vector<Command> ConfigCommands() {
          "count one use of a client function (EVENT defaults to start)", Census},
         {kGroupDevices, "devices", standard, "", "", 0, 0,
          "list the sample devices that can be named instead of a file", Devices},
-        {kGroupDevices, "device", standard, "DEVICE", "", 1, 1,
-         "show what a device file describes (no request)", Device},
+        {kGroupDevices, "device", standard, "DEVICE | import CAPTURE... | check DEVICE", "", 1, 64,
+         "show a device (no request); import captures as a device file; check what a device holds", Device},
     };
 }
 

@@ -6,6 +6,7 @@
 
 #include "Command.h"
 #include "DeviceFile.h"
+#include "HandsetCommands.h"
 #include "RecordKeys.h"
 #include "Terminal.h"
 
@@ -73,6 +74,7 @@ int Verify(Session& s, const Args& a) {
     if (!device) return kBadInput;
     if (!device->GetFileRecord() && !a.Has("--file"))
         return s.Fail("verify", a[0] + ": the device has no file record, which verification needs");
+    WarnIfIncomplete(s, "verify", *device);
     const QByteArray file = FileBytes(*device, a);
     return s.Exchange("verify", [&](JsonObject& out) {
         return s.S().VerifyDevice(device.get(), file, [&](ISocketInfoVerify* r) { out = VerifyReport(r); });
