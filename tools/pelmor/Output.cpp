@@ -228,7 +228,8 @@ void PrintMember(const std::string& key, const Json& value, std::size_t width, c
 void PrintObject(const JsonObject& object, const std::string& indent) {
     std::size_t width = 0;
     for (const auto& member : object)
-        if (IsScalar(member.value())) width = std::max(width, DisplayWidth(Label(std::string(member.key()))));
+        if (IsScalar(member.value()) && !IsRawTime(std::string(member.key())))
+            width = std::max(width, DisplayWidth(Label(std::string(member.key()))));
     for (const auto& member : object)
         if (!IsRawTime(std::string(member.key())))
             PrintMember(std::string(member.key()), member.value(), width, indent);
