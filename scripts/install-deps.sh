@@ -8,6 +8,7 @@ packages=(
     qtbase5-dev libcurl4-openssl-dev libssl-dev openssl libboost-json1.81-dev
     nlohmann-json3-dev libcpp-httplib-dev libqrencode-dev
     libgtest-dev libgmock-dev libbenchmark-dev
+    clang-14 libclang-rt-14-dev
 )
 
 missing=()
