@@ -13,7 +13,7 @@ build=${BUILD_DIR:-build}
 [[ $sanitize == 1 ]] && build=${BUILD_DIR:-build-asan}
 jobs=$(nproc 2>/dev/null || echo 2)
 
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPELMOR_WERROR=ON \
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPELMOR_WERROR=ON -DPELMOR_TEST_TIMEOUTS=ON \
     -DPELMOR_SANITIZE=$([[ $sanitize == 1 ]] && echo ON || echo OFF)
 cmake --build "$build" -j "$jobs"
 
