@@ -79,6 +79,22 @@ TEST_F(DeviceCli, ImportedCapturesAreSentWholeAndVerified) {
     EXPECT_EQ(params.ToString("ecid"), "000E2D4C1B3A5968");
 }
 
+TEST_F(DeviceCli, ADeviceFileNamesItsCapturesAndFillsInWhatTheyLack) {
+    const Outcome verify = Pelmor("--json verify " + Capture("complete-with-screen.json"));
+    ASSERT_EQ(verify.status, 0) << verify.err;
+    const XJson info = EmulatorControl::LastRequest()["document"]["params"]["info"];
+    EXPECT_EQ(info.ToString("lcd"), "C3F94210ABCD1234");
+    EXPECT_EQ(info.ToString("srnm"), "F2LZK3XYN72J");
+    EXPECT_EQ(info.ToInt("batteryHealth"), 87);
+
+    const std::string broken = home_ + "/broken.json";
+    std::ofstream(broken) << R"({"capture": "missing.plist"})";
+    const Outcome missing = Pelmor("device check '" + broken + "'");
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_NE(missing.err.find("capture: " + home_ + "/missing.plist: cannot read"), std::string::npos)
+        << missing.err;
+}
+
 TEST_F(DeviceCli, AnIncompleteCaptureIsFlaggedBeforeItIsSent) {
     const std::string phone = home_ + "/phone.json";
     ASSERT_EQ(Pelmor("device import " + Capture("no-battery-lockdownd.plist"), phone).status, 0);

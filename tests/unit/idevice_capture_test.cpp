@@ -143,3 +143,51 @@ TEST(FieldMap, TheDocsShowTheMapTheCodeUses) {
 }
 
 }  // namespace
+
+namespace {
+
+std::unique_ptr<CDeviceFile> RoundTrip(CDeviceFile& device) {
+    std::string error;
+    auto again = CDeviceFile::FromText(pelmor::idevice::ToDeviceFile(device, "again"), "written", error);
+    EXPECT_TRUE(again) << error;
+    return again;
+}
+
+// Every live handset reaches the library through the device file it is written as: nothing may be lost
+// on the way, whichever records a device has.
+TEST(DeviceFileWriter, SampleDevicesSurviveBeingWrittenAndReadBack) {
+    for (const char* name : {"normal-complete", "replaced-screen-battery", "recovery", "no-battery"}) {
+        SCOPED_TRACE(name);
+        std::string error;
+        auto device =
+            CDeviceFile::Load(std::string(PELMOR_TEST_DATA_DIR) + "/devices/" + name + ".json", error);
+        ASSERT_TRUE(device) << error;
+        auto again = RoundTrip(*device);
+        ASSERT_TRUE(again);
+        EXPECT_EQ(PelmorSocketHelper::DeviceToJson(again.get()).ToJson(),
+                  PelmorSocketHelper::DeviceToJson(device.get()).ToJson());
+        EXPECT_EQ(PelmorSocketHelper::DeviceToECID(again.get()),
+                  PelmorSocketHelper::DeviceToECID(device.get()));
+        EXPECT_EQ(PelmorSocketHelper::DeviceToProductType(again.get()),
+                  PelmorSocketHelper::DeviceToProductType(device.get()));
+        EXPECT_EQ(again->GetFileRecord() != nullptr, device->GetFileRecord() != nullptr);
+        if (device->GetFileRecord()) {
+            EXPECT_EQ(again->GetFileRecord()->data, device->GetFileRecord()->data);
+        }
+    }
+}
+
+TEST(DeviceFileWriter, BinaryFileDataAndLargeChipIdsKeepEveryBit) {
+    std::string error;
+    auto device = CDeviceFile::FromText(
+        R"({"file": {"dataBase64": "QUIAQ0T/"}, "lowLevel": {"ecid": "0xFFFFFFFFFFFFFFFF"}})", "binary",
+        error);
+    ASSERT_TRUE(device) << error;
+    auto again = RoundTrip(*device);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again->GetFileRecord()->data, QByteArray("AB\0CD\xff", 6));
+    EXPECT_EQ(again->GetLowLevelRecord()->ecid, 0xFFFFFFFFFFFFFFFFULL);
+    EXPECT_EQ(again->GetDeviceRecord(), nullptr);
+}
+
+}  // namespace

@@ -80,7 +80,9 @@ std::unique_ptr<CDeviceFile> LoadDevice(const std::string& nameOrPath, std::stri
         error = nameOrPath + ": no such device file (or sample device; `pelmor devices` lists the samples)";
         return nullptr;
     }
-    return CDeviceFile::Load(path, error);
+    auto device = CDeviceFile::Load(path, error);
+    if (device && !device->Captures().empty()) return LoadWithCaptures(path, *device, error);
+    return device;
 }
 
 }  // namespace pelmor

@@ -1,5 +1,6 @@
 #include "Handsets.h"
 
+#include <boost/json.hpp>
 #include <fstream>
 #include <sstream>
 
@@ -24,6 +25,14 @@ std::unique_ptr<CDeviceFile> FromCapture(const Capture& capture, const std::stri
     CCapturedDevice device(RecordsFromCapture(capture));
     text = ToDeviceFile(device, description);
     return CDeviceFile::FromText(text, name, error);
+}
+
+// "DOMAIN=FILE" names the lockdownd domain a file came from; a path itself may hold '=' after a '/'.
+void SplitCaptureName(const std::string& name, std::string& domain, std::string& path) {
+    const auto eq = name.find('=');
+    const bool named = eq != std::string::npos && eq > 0 && name.find('/') > eq;
+    domain = named ? name.substr(0, eq) : "";
+    path = named ? name.substr(eq + 1) : name;
 }
 
 bool ReadFile(const std::string& path, std::string& bytes) {
@@ -59,12 +68,8 @@ std::unique_ptr<CDeviceFile> LoadCaptures(const std::vector<std::string>& files,
     Capture capture;
     std::string names;
     for (const std::string& file : files) {
-        // DOMAIN=FILE names the lockdownd domain a file came from; a path itself may hold '='.
-        const auto eq = file.find('=');
-        const bool named = eq != std::string::npos && eq > 0 && file.find('/') > eq;
-        const std::string domain = named ? file.substr(0, eq) : "";
-        const std::string path = named ? file.substr(eq + 1) : file;
-        std::string bytes;
+        std::string domain, path, bytes;
+        SplitCaptureName(file, domain, path);
         if (!ReadFile(path, bytes)) {
             error = path + ": cannot read";
             return nullptr;
@@ -86,6 +91,38 @@ std::unique_ptr<CDeviceFile> LoadCaptures(const std::vector<std::string>& files,
     error = "this pelmor was built without libplist, so it cannot read captures";
     return nullptr;
 #endif
+}
+
+std::unique_ptr<CDeviceFile> LoadWithCaptures(const std::string& path, const CDeviceFile& file,
+                                              std::string& error) {
+    const auto slash = path.rfind('/');
+    const std::string dir = slash == std::string::npos ? "" : path.substr(0, slash + 1);
+    std::vector<std::string> captures;
+    for (const std::string& name : file.Captures()) {
+        std::string domain, capture;
+        SplitCaptureName(name, domain, capture);
+        if (!capture.empty() && capture[0] != '/') capture = dir + capture;
+        captures.push_back(domain.empty() ? capture : domain + "=" + capture);
+    }
+    std::string captured, own;
+    if (!LoadCaptures(captures, captured, error)) {
+        error = path + ": capture: " + error;
+        return nullptr;
+    }
+    if (!ReadFile(path, own)) {
+        error = path + ": cannot read";
+        return nullptr;
+    }
+    boost::system::error_code ec;
+    boost::json::value merged = boost::json::parse(captured, ec);
+    const boost::json::value mine = boost::json::parse(own, ec);
+    if (ec || !merged.is_object() || !mine.is_object()) {
+        error = path + ": cannot merge its captures";
+        return nullptr;
+    }
+    for (const auto& member : mine.get_object())
+        if (member.key() != "capture") merged.get_object()[member.key()] = member.value();
+    return CDeviceFile::FromText(boost::json::serialize(merged), path, error);
 }
 
 std::vector<Handset> ConnectedHandsets(std::string& note) {

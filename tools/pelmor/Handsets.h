@@ -21,6 +21,12 @@ std::unique_ptr<CDeviceFile> LoadHandset(const std::string& selector, std::strin
 std::unique_ptr<CDeviceFile> LoadCaptures(const std::vector<std::string>& files, std::string& text,
                                           std::string& error);
 
+// A device file that names captures ("capture"): the captures' records, with every record the file itself
+// gives in place of the captured one (so that what no public interface tells can be filled in by hand).
+// Capture paths are relative to the device file.
+std::unique_ptr<CDeviceFile> LoadWithCaptures(const std::string& path, const CDeviceFile& file,
+                                              std::string& error);
+
 struct Handset {
     std::string name;  // usb:<id>
     std::string description;
