@@ -1,4 +1,5 @@
 #include "pelmor/platform/XJson.h"
+#include "pelmor/platform/MemoryShortage.h"
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
@@ -25,6 +26,15 @@ bool TextToInt64(json::string_view text, long long& out) {
     return result.ec == std::errc() && result.ptr == end;
 }
 
+// The JSON library reads 1e400 as infinity and can make NaN of others; neither is a JSON number, so they are
+// read (and rendered) as the nearest finite value: the largest double of the sign, and 0.
+double Finite(double value) {
+    if (std::isnan(value)) return 0.0;
+    if (std::isinf(value))
+        return value > 0 ? std::numeric_limits<double>::max() : std::numeric_limits<double>::lowest();
+    return value;
+}
+
 // Cuts toward zero and clamps, so that no out-of-range cast can happen.
 template <typename Int>
 Int DoubleToInt(double value) {
@@ -46,7 +56,7 @@ long long ValueToInt64(const json::value* v) {
                        : static_cast<long long>(u);
         }
         case json::kind::double_:
-            return DoubleToInt<long long>(v->get_double());
+            return DoubleToInt<long long>(Finite(v->get_double()));
         case json::kind::bool_:
             return v->get_bool() ? 1 : 0;
         case json::kind::string: {
@@ -69,7 +79,7 @@ double ValueToDouble(const json::value* v) {
         case json::kind::uint64:
             return static_cast<double>(v->get_uint64());
         case json::kind::double_:
-            return v->get_double();
+            return Finite(v->get_double());
         case json::kind::bool_:
             return v->get_bool() ? 1.0 : 0.0;
         case json::kind::string: {
@@ -101,7 +111,7 @@ bool ValueToBool(const json::value* v) {
         case json::kind::uint64:
             return v->get_uint64() != 0;
         case json::kind::double_:
-            return v->get_double() != 0.0;
+            return Finite(v->get_double()) != 0.0;
         case json::kind::string:
             return EqualsIgnoringCase(v->get_string(), "true");
         default:
@@ -126,7 +136,7 @@ std::string ValueToString(const json::value* v) {
         case json::kind::uint64:
             return std::to_string(v->get_uint64());
         case json::kind::double_:
-            return NumberText(v->get_double());
+            return NumberText(Finite(v->get_double()));
         case json::kind::bool_:
             return v->get_bool() ? "true" : "false";
         default:
@@ -142,6 +152,8 @@ bool NeedsSanitizing(const json::value& v) {
     switch (v.kind()) {
         case json::kind::string:
             return !IsValidUtf8(v.get_string().data(), v.get_string().size());
+        case json::kind::double_:
+            return !std::isfinite(v.get_double());
         case json::kind::array:
             for (const auto& e : v.get_array())
                 if (NeedsSanitizing(e)) return true;
@@ -159,6 +171,8 @@ json::value Sanitized(const json::value& v) {
     switch (v.kind()) {
         case json::kind::string:
             return json::value(View(SanitizeUtf8(std::string(v.get_string()))));
+        case json::kind::double_:
+            return json::value(Finite(v.get_double()));
         case json::kind::array: {
             json::array out;
             out.reserve(v.get_array().size());
@@ -189,6 +203,7 @@ json::value ParseText(const std::string& text, bool& ok) noexcept {
         ok = true;
         return v;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return json::value();
     }
 }
@@ -204,6 +219,7 @@ XJson::XJson(const boost::json::value& value) noexcept {
     try {
         value_ = value;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -213,6 +229,7 @@ XJson::XJson(const XJson& other) noexcept {
     try {
         value_ = other.value_;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -223,6 +240,7 @@ XJson& XJson::operator=(const XJson& other) noexcept {
         try {
             value_ = other.value_;
         } catch (...) {
+            Pelmor::NoteMemoryShortage();
         }
     }
     return *this;
@@ -250,6 +268,7 @@ void XJson::Put(const std::string& key, boost::json::value&& value) noexcept {
     try {
         MakeObject()->insert_or_assign(View(SanitizeUtf8(key)), std::move(value));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -257,6 +276,7 @@ void XJson::Add(const std::string& key, const std::string& value) noexcept {
     try {
         Put(key, json::value(View(SanitizeUtf8(value))));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -264,6 +284,7 @@ void XJson::Add(const std::string& key, const char* value) noexcept {
     try {
         Add(key, std::string(value ? value : ""));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -277,7 +298,7 @@ void XJson::Add(const std::string& key, unsigned long long value) noexcept {
     Put(key, json::value(static_cast<std::uint64_t>(value)));
 }
 void XJson::Add(const std::string& key, double value) noexcept {
-    Put(key, json::value(value));
+    Put(key, json::value(Finite(value)));
 }
 void XJson::Add(const std::string& key, bool value) noexcept {
     Put(key, json::value(value));
@@ -288,6 +309,7 @@ void XJson::Add(const std::string& key, const XJson& value) noexcept {
         // An empty value stands for "no parameters" and goes on the wire as {}.
         Put(key, value.value_.is_null() ? json::value(json::object()) : json::value(value.value_));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -299,6 +321,7 @@ void XJson::Append(const std::string& key, const XString& value) noexcept {
     try {
         Put(key, json::value(View(value.ToUtf8())));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -307,6 +330,7 @@ void XJson::Append(const XJson& element) noexcept {
         if (!value_.is_array()) value_.emplace_array();
         value_.get_array().push_back(element.value_);
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -319,6 +343,7 @@ std::string XJson::ToString(const std::string& key) const noexcept {
     try {
         return ValueToString(Member(key));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return std::string();
     }
 }
@@ -327,6 +352,7 @@ XString XJson::ToXString(const std::string& key) const noexcept {
     try {
         return XString::FromUtf8(ValueToString(Member(key)));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return XString();
     }
 }
@@ -356,6 +382,7 @@ std::string XJson::AsString() const noexcept {
     try {
         return ValueToString(&value_);
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return std::string();
     }
 }
@@ -364,6 +391,7 @@ XString XJson::AsXString() const noexcept {
     try {
         return XString::FromUtf8(ValueToString(&value_));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return XString();
     }
 }
@@ -413,10 +441,12 @@ bool XJson::Contains(const std::string& key) const noexcept {
 std::string XJson::ToJson() const noexcept {
     try {
         if (value_.is_null()) return "{}";
-        // Parsed replies may carry invalid UTF-8; what we render is always valid JSON.
+        // Parsed replies may carry invalid UTF-8 or numbers out of range; what we render is always valid
+        // JSON.
         if (NeedsSanitizing(value_)) return json::serialize(Sanitized(value_));
         return json::serialize(value_);
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return std::string();
     }
 }

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <memory>
 
-#include "frame/ServiceHosts.h"
+#include "transport/ServiceHosts.h"
 
 namespace {
 
