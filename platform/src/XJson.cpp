@@ -6,8 +6,15 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <new>
+
+#include "XJsonValue.h"
 
 namespace json = boost::json;
+
+// The value is built in place in XJson's storage, which must fit it.
+static_assert(sizeof(json::value) <= sizeof(XJson), "XJson's storage is too small for the JSON value");
+static_assert(alignof(json::value) <= alignof(XJson), "XJson's storage is not aligned for the JSON value");
 
 namespace {
 
@@ -208,37 +215,62 @@ json::value ParseText(const std::string& text, bool& ok) noexcept {
     }
 }
 
+const json::value* Member(const json::value& value, const std::string& key) noexcept {
+    if (!value.is_object()) return nullptr;
+    return value.get_object().if_contains(View(key));
+}
+
+json::object* MakeObject(json::value& value) noexcept {
+    if (!value.is_object()) value.emplace_object();
+    return &value.get_object();
+}
+
+void Put(json::value& target, const std::string& key, json::value&& value) noexcept {
+    try {
+        MakeObject(target)->insert_or_assign(View(SanitizeUtf8(key)), std::move(value));
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
+}
+
+// A copy of value as an XJson; empty when the copy cannot be made.
+XJson FromValue(const json::value& value) noexcept {
+    XJson out;
+    try {
+        JsonValue(out) = value;
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
+    return out;
+}
+
 }  // namespace
 
-XJson::XJson(const std::string& text) noexcept {
+XJson::XJson() noexcept {
+    new (storage_) json::value();
+}
+
+XJson::XJson(const std::string& text) noexcept : XJson() {
     bool ok;
-    value_ = ParseText(text, ok);
+    JsonValue(*this) = ParseText(text, ok);
 }
 
-XJson::XJson(const boost::json::value& value) noexcept {
+XJson::XJson(const XJson& other) noexcept : XJson() {
     try {
-        value_ = value;
+        JsonValue(*this) = JsonValue(other);
     } catch (...) {
         Pelmor::NoteMemoryShortage();
     }
 }
 
-XJson::XJson(boost::json::value&& value) noexcept : value_(std::move(value)) {}
-
-XJson::XJson(const XJson& other) noexcept {
-    try {
-        value_ = other.value_;
-    } catch (...) {
-        Pelmor::NoteMemoryShortage();
-    }
+XJson::XJson(XJson&& other) noexcept {
+    new (storage_) json::value(std::move(JsonValue(other)));
 }
-
-XJson::XJson(XJson&& other) noexcept : value_(std::move(other.value_)) {}
 
 XJson& XJson::operator=(const XJson& other) noexcept {
     if (this != &other) {
         try {
-            value_ = other.value_;
+            JsonValue(*this) = JsonValue(other);
         } catch (...) {
             Pelmor::NoteMemoryShortage();
         }
@@ -247,34 +279,23 @@ XJson& XJson::operator=(const XJson& other) noexcept {
 }
 
 XJson& XJson::operator=(XJson&& other) noexcept {
-    value_ = std::move(other.value_);
+    JsonValue(*this) = std::move(JsonValue(other));
     return *this;
 }
 
-XJson::~XJson() = default;
+XJson::~XJson() {
+    JsonValue(*this).~value();
+}
 
 bool XJson::Parse(const std::string& text) noexcept {
     bool ok;
-    value_ = ParseText(text, ok);
+    JsonValue(*this) = ParseText(text, ok);
     return ok;
-}
-
-boost::json::object* XJson::MakeObject() noexcept {
-    if (!value_.is_object()) value_.emplace_object();
-    return &value_.get_object();
-}
-
-void XJson::Put(const std::string& key, boost::json::value&& value) noexcept {
-    try {
-        MakeObject()->insert_or_assign(View(SanitizeUtf8(key)), std::move(value));
-    } catch (...) {
-        Pelmor::NoteMemoryShortage();
-    }
 }
 
 void XJson::Add(const std::string& key, const std::string& value) noexcept {
     try {
-        Put(key, json::value(View(SanitizeUtf8(value))));
+        Put(JsonValue(*this), key, json::value(View(SanitizeUtf8(value))));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
     }
@@ -289,25 +310,26 @@ void XJson::Add(const std::string& key, const char* value) noexcept {
 }
 
 void XJson::Add(const std::string& key, int value) noexcept {
-    Put(key, json::value(static_cast<std::int64_t>(value)));
+    Put(JsonValue(*this), key, json::value(static_cast<std::int64_t>(value)));
 }
 void XJson::Add(const std::string& key, long long value) noexcept {
-    Put(key, json::value(static_cast<std::int64_t>(value)));
+    Put(JsonValue(*this), key, json::value(static_cast<std::int64_t>(value)));
 }
 void XJson::Add(const std::string& key, unsigned long long value) noexcept {
-    Put(key, json::value(static_cast<std::uint64_t>(value)));
+    Put(JsonValue(*this), key, json::value(static_cast<std::uint64_t>(value)));
 }
 void XJson::Add(const std::string& key, double value) noexcept {
-    Put(key, json::value(Finite(value)));
+    Put(JsonValue(*this), key, json::value(Finite(value)));
 }
 void XJson::Add(const std::string& key, bool value) noexcept {
-    Put(key, json::value(value));
+    Put(JsonValue(*this), key, json::value(value));
 }
 
 void XJson::Add(const std::string& key, const XJson& value) noexcept {
     try {
         // An empty value stands for "no parameters" and goes on the wire as {}.
-        Put(key, value.value_.is_null() ? json::value(json::object()) : json::value(value.value_));
+        Put(JsonValue(*this), key,
+            JsonValue(value).is_null() ? json::value(json::object()) : json::value(JsonValue(value)));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
     }
@@ -319,7 +341,7 @@ void XJson::Append(const std::string& key, const XJson& value) noexcept {
 
 void XJson::Append(const std::string& key, const XString& value) noexcept {
     try {
-        Put(key, json::value(View(value.ToUtf8())));
+        Put(JsonValue(*this), key, json::value(View(value.ToUtf8())));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
     }
@@ -327,21 +349,16 @@ void XJson::Append(const std::string& key, const XString& value) noexcept {
 
 void XJson::Append(const XJson& element) noexcept {
     try {
-        if (!value_.is_array()) value_.emplace_array();
-        value_.get_array().push_back(element.value_);
+        if (!JsonValue(*this).is_array()) JsonValue(*this).emplace_array();
+        JsonValue(*this).get_array().push_back(JsonValue(element));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
     }
 }
 
-const boost::json::value* XJson::Member(const std::string& key) const noexcept {
-    if (!value_.is_object()) return nullptr;
-    return value_.get_object().if_contains(View(key));
-}
-
 std::string XJson::ToString(const std::string& key) const noexcept {
     try {
-        return ValueToString(Member(key));
+        return ValueToString(Member(JsonValue(*this), key));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
         return std::string();
@@ -350,7 +367,7 @@ std::string XJson::ToString(const std::string& key) const noexcept {
 
 XString XJson::ToXString(const std::string& key) const noexcept {
     try {
-        return XString::FromUtf8(ValueToString(Member(key)));
+        return XString::FromUtf8(ValueToString(Member(JsonValue(*this), key)));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
         return XString();
@@ -358,20 +375,20 @@ XString XJson::ToXString(const std::string& key) const noexcept {
 }
 
 int XJson::ToInt(const std::string& key) const noexcept {
-    const long long n = ValueToInt64(Member(key));
+    const long long n = ValueToInt64(Member(JsonValue(*this), key));
     if (n < std::numeric_limits<int>::min()) return std::numeric_limits<int>::min();
     if (n > std::numeric_limits<int>::max()) return std::numeric_limits<int>::max();
     return static_cast<int>(n);
 }
 
 long long XJson::ToInt64(const std::string& key) const noexcept {
-    return ValueToInt64(Member(key));
+    return ValueToInt64(Member(JsonValue(*this), key));
 }
 bool XJson::ToBool(const std::string& key) const noexcept {
-    return ValueToBool(Member(key));
+    return ValueToBool(Member(JsonValue(*this), key));
 }
 double XJson::ToDouble(const std::string& key) const noexcept {
-    return ValueToDouble(Member(key));
+    return ValueToDouble(Member(JsonValue(*this), key));
 }
 
 XJson XJson::ToObject(const std::string& key) const noexcept {
@@ -380,7 +397,7 @@ XJson XJson::ToObject(const std::string& key) const noexcept {
 
 std::string XJson::AsString() const noexcept {
     try {
-        return ValueToString(&value_);
+        return ValueToString(&JsonValue(*this));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
         return std::string();
@@ -389,7 +406,7 @@ std::string XJson::AsString() const noexcept {
 
 XString XJson::AsXString() const noexcept {
     try {
-        return XString::FromUtf8(ValueToString(&value_));
+        return XString::FromUtf8(ValueToString(&JsonValue(*this)));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
         return XString();
@@ -397,56 +414,72 @@ XString XJson::AsXString() const noexcept {
 }
 
 int XJson::AsInt() const noexcept {
-    const long long n = ValueToInt64(&value_);
+    const long long n = ValueToInt64(&JsonValue(*this));
     if (n < std::numeric_limits<int>::min()) return std::numeric_limits<int>::min();
     if (n > std::numeric_limits<int>::max()) return std::numeric_limits<int>::max();
     return static_cast<int>(n);
 }
 
 long long XJson::AsInt64() const noexcept {
-    return ValueToInt64(&value_);
+    return ValueToInt64(&JsonValue(*this));
 }
 bool XJson::AsBool() const noexcept {
-    return ValueToBool(&value_);
+    return ValueToBool(&JsonValue(*this));
 }
 double XJson::AsDouble() const noexcept {
-    return ValueToDouble(&value_);
+    return ValueToDouble(&JsonValue(*this));
 }
 
 XJson XJson::operator[](const std::string& key) const noexcept {
-    const json::value* member = Member(key);
-    return member ? XJson(*member) : XJson();
+    const json::value* member = Member(JsonValue(*this), key);
+    return member ? FromValue(*member) : XJson();
 }
 
 XJson XJson::operator[](unsigned index) const noexcept {
-    if (!value_.is_array() || index >= value_.get_array().size()) return XJson();
-    return XJson(value_.get_array()[index]);
+    if (!JsonValue(*this).is_array() || index >= JsonValue(*this).get_array().size()) return XJson();
+    return FromValue(JsonValue(*this).get_array()[index]);
 }
 
 unsigned XJson::GetArraySize() const noexcept {
-    return value_.is_array() ? static_cast<unsigned>(value_.get_array().size()) : 0u;
+    return JsonValue(*this).is_array() ? static_cast<unsigned>(JsonValue(*this).get_array().size()) : 0u;
 }
 
 bool XJson::IsEmpty() const noexcept {
-    if (value_.is_null()) return true;
-    if (value_.is_object()) return value_.get_object().empty();
-    if (value_.is_array()) return value_.get_array().empty();
+    if (JsonValue(*this).is_null()) return true;
+    if (JsonValue(*this).is_object()) return JsonValue(*this).get_object().empty();
+    if (JsonValue(*this).is_array()) return JsonValue(*this).get_array().empty();
     return false;
 }
 
 bool XJson::Contains(const std::string& key) const noexcept {
-    return Member(key) != nullptr;
+    return Member(JsonValue(*this), key) != nullptr;
 }
 
 std::string XJson::ToJson() const noexcept {
     try {
-        if (value_.is_null()) return "{}";
-        // Parsed replies may carry invalid UTF-8 or numbers out of range; what we render is always valid
-        // JSON.
-        if (NeedsSanitizing(value_)) return json::serialize(Sanitized(value_));
-        return json::serialize(value_);
+        if (JsonValue(*this).is_null()) return "{}";
+        // Parsed replies may carry invalid UTF-8; what we render is always valid JSON.
+        if (NeedsSanitizing(JsonValue(*this))) return json::serialize(Sanitized(JsonValue(*this)));
+        return json::serialize(JsonValue(*this));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
         return std::string();
     }
+}
+
+bool XJson::IsObject() const noexcept {
+    return JsonValue(*this).is_object();
+}
+bool XJson::IsArray() const noexcept {
+    return JsonValue(*this).is_array();
+}
+bool XJson::IsString() const noexcept {
+    return JsonValue(*this).is_string();
+}
+bool XJson::IsNull() const noexcept {
+    return JsonValue(*this).is_null();
+}
+
+bool XJson::operator==(const XJson& other) const noexcept {
+    return JsonValue(*this) == JsonValue(other);
 }

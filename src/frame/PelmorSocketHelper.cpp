@@ -5,6 +5,8 @@
 #include "LibraryHooks.h"
 #include "transport/ServiceHosts.h"
 
+#include <cstdlib>
+
 // Process-wide settings. Constructed when the library is loaded, in this order, and never locked: the
 // host must not change them while another thread builds a request.
 //
@@ -27,9 +29,16 @@ struct ModuleLifetime {
 };
 const ModuleLifetime moduleLifetime;
 
-const XString kEnterpriseAddress(L"http://" PELMOR_SERVICE_HOST L"/brisel-ent/api");
-const XString kStandardAddress(L"http://" PELMOR_SERVICE_HOST L"/modules/app/api.do?");
-const XString kFallbackAddress(L"http://" PELMOR_SERVICE_HOST L"/");
+// One installed build can be pointed at an emulator on any port; the compiled host is the production one.
+XString ServiceHost() {
+    const char* host = std::getenv("PELMOR_SERVICE_HOST");
+    return host && *host ? XString::FromUtf8(host) : XString(L"" PELMOR_SERVICE_HOST);
+}
+const XString kServiceHost = ServiceHost();
+
+const XString kEnterpriseAddress = XString(L"http://") + kServiceHost + XString(L"/brisel-ent/api");
+const XString kStandardAddress = XString(L"http://") + kServiceHost + XString(L"/modules/app/api.do?");
+const XString kFallbackAddress = XString(L"http://") + kServiceHost + XString(L"/");
 
 }  // namespace
 

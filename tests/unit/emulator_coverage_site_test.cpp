@@ -4,7 +4,7 @@
 
 #include <thread>
 
-#include "emulator/emulator.h"
+#include "emulator/core/emulator.h"
 
 namespace {
 

@@ -17,8 +17,14 @@ int PayAndWait(Session& s, CDeviceFile& device, bool way, bool wait, int timeout
                const std::function<void(const std::string& order)>& onOrder);
 
 // Fetches the captcha, saves it, gets its answer from answer(captchaPath, text) and shows the coverage
-// page the site returns.
-int CoverageLookup(Session& s, CDeviceFile& device,
+// page's fields. A wrong answer starts again with a new captcha, up to attempts times in all; a page that
+// is not a coverage result fails with the site's reason.
+int CoverageLookup(Session& s, CDeviceFile& device, int attempts,
                    const std::function<bool(const std::string& captchaPath, std::string& answer)>& answer);
+
+// The fields of a coverage-site answer by name: "result" ("ok", or the site's reason such as "captcha";
+// null when the page is not a result page), "serial", "product", "coverage" (one object per item) and the
+// site's "message"; or "page" when the site answered JSON.
+JsonObject CoveragePage(const std::string& page);
 
 }  // namespace pelmor
