@@ -10,7 +10,7 @@
 
 #include "PelmorSocketStandard.h"
 #include "frame/ServiceCall.h"
-#include "frame/ServiceHosts.h"
+#include "transport/ServiceHosts.h"
 
 namespace {
 
@@ -48,7 +48,7 @@ ISocketReply* PelmorSocketStandard::Feedback(ISocketFeedback* feedback,
             return params;
         },
         // The service's answer sentence, also when it refused.
-        [&](HalvexReply& reply) { callback(reply.Message()); });
+        [&](HalvexReply& reply) { ServiceCall::Deliver(callback, reply.Message()); });
 }
 
 ISocketReply* PelmorSocketStandard::VerifyFeedback(ISocketDevice* device, const XString& message) {
@@ -77,7 +77,7 @@ ISocketReply* PelmorSocketStandard::VerifyFeedbackReply(
         },
         [&](HalvexReply& reply) {
             const XSocketInfoVerifyFeedbackReply answer(reply.Data());
-            callback(answer);
+            ServiceCall::Deliver(callback, answer);
         });
 }
 

@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-#include "frame/ServiceHosts.h"
+#include "transport/ServiceHosts.h"
 
 namespace {
 
