@@ -7,7 +7,7 @@ packages=(
     build-essential cmake ninja-build pkg-config
     qtbase5-dev libcurl4-openssl-dev libssl-dev openssl libboost-json1.81-dev
     nlohmann-json3-dev libcpp-httplib-dev libqrencode-dev
-    libgtest-dev libgmock-dev libbenchmark-dev
+    libgtest-dev libgmock-dev libbenchmark-dev jq
 )
 
 missing=()
