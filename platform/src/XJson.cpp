@@ -1,10 +1,11 @@
 #include "pelmor/platform/XJson.h"
 
 #include <boost/json/parse.hpp>
-#include <boost/json/serialize.hpp>
 #include <charconv>
 #include <cmath>
 #include <limits>
+
+#include "JsonText.h"
 
 namespace json = boost::json;
 
@@ -178,13 +179,13 @@ json::value Sanitized(const json::value& v) {
     }
 }
 
-json::value ParseText(const std::string& text, bool& ok) noexcept {
+json::value ParseText(json::string_view text, bool& ok) noexcept {
     ok = false;
     try {
         json::parse_options options;
         options.allow_invalid_utf8 = true;
         json::error_code ec;
-        json::value v = json::parse(View(text), ec, json::storage_ptr(), options);
+        json::value v = json::parse(text, ec, json::storage_ptr(), options);
         if (ec) return json::value();
         ok = true;
         return v;
@@ -197,7 +198,7 @@ json::value ParseText(const std::string& text, bool& ok) noexcept {
 
 XJson::XJson(const std::string& text) noexcept {
     bool ok;
-    value_ = ParseText(text, ok);
+    value_ = ParseText(View(text), ok);
 }
 
 XJson::XJson(const boost::json::value& value) noexcept {
@@ -236,8 +237,12 @@ XJson& XJson::operator=(XJson&& other) noexcept {
 XJson::~XJson() = default;
 
 bool XJson::Parse(const std::string& text) noexcept {
-    bool ok;
-    value_ = ParseText(text, ok);
+    return Parse(text.data(), text.size());
+}
+
+bool XJson::Parse(const char* text, std::size_t length) noexcept {
+    bool ok = false;
+    value_ = text ? ParseText(json::string_view(text, length), ok) : json::value();
     return ok;
 }
 
@@ -254,17 +259,22 @@ void XJson::Put(const std::string& key, boost::json::value&& value) noexcept {
 }
 
 void XJson::Add(const std::string& key, const std::string& value) noexcept {
+    Add(key, std::string_view(value));
+}
+
+void XJson::Add(const std::string& key, std::string_view value) noexcept {
     try {
-        Put(key, json::value(View(SanitizeUtf8(value))));
+        // Valid text, by far the usual case, is copied once, straight into the value.
+        if (IsValidUtf8(value.data(), value.size()))
+            Put(key, json::value(json::string_view(value.data(), value.size())));
+        else
+            Put(key, json::value(View(SanitizeUtf8(std::string(value)))));
     } catch (...) {
     }
 }
 
 void XJson::Add(const std::string& key, const char* value) noexcept {
-    try {
-        Add(key, std::string(value ? value : ""));
-    } catch (...) {
-    }
+    Add(key, std::string_view(value ? value : ""));
 }
 
 void XJson::Add(const std::string& key, int value) noexcept {
@@ -287,6 +297,13 @@ void XJson::Add(const std::string& key, const XJson& value) noexcept {
     try {
         // An empty value stands for "no parameters" and goes on the wire as {}.
         Put(key, value.value_.is_null() ? json::value(json::object()) : json::value(value.value_));
+    } catch (...) {
+    }
+}
+
+void XJson::Add(const std::string& key, XJson&& value) noexcept {
+    try {
+        Put(key, value.value_.is_null() ? json::value(json::object()) : std::move(value.value_));
     } catch (...) {
     }
 }
@@ -352,6 +369,13 @@ XJson XJson::ToObject(const std::string& key) const noexcept {
     return (*this)[key];
 }
 
+XJson XJson::Take(const std::string& key) noexcept {
+    if (!value_.is_object()) return XJson();
+    const auto member = value_.get_object().find(View(key));
+    if (member == value_.get_object().end()) return XJson();
+    return XJson(std::move(member->value()));
+}
+
 std::string XJson::AsString() const noexcept {
     try {
         return ValueToString(&value_);
@@ -412,11 +436,28 @@ bool XJson::Contains(const std::string& key) const noexcept {
 
 std::string XJson::ToJson() const noexcept {
     try {
-        if (value_.is_null()) return "{}";
-        // Parsed replies may carry invalid UTF-8; what we render is always valid JSON.
-        if (NeedsSanitizing(value_)) return json::serialize(Sanitized(value_));
-        return json::serialize(value_);
+        std::string text;
+        if (Render([&text](const char* piece, std::size_t length) {
+                text.append(piece, length);
+                return true;
+            }))
+            return text;
     } catch (...) {
-        return std::string();
     }
+    return std::string();
+}
+
+bool XJson::Render(const std::function<bool(const char*, std::size_t)>& sink) const noexcept {
+    try {
+        if (value_.is_null()) return sink("{}", 2);
+        // Parsed replies may carry invalid UTF-8; what we render is always valid JSON.
+        if (NeedsSanitizing(value_)) return RenderJson(Sanitized(value_), sink);
+        return RenderJson(value_, sink);
+    } catch (...) {
+        return false;
+    }
+}
+
+std::size_t XJson::ApproximateJsonLength() const noexcept {
+    return value_.is_null() ? 2 : ::ApproximateJsonLength(value_);
 }

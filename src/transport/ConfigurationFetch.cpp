@@ -13,9 +13,13 @@ HalvexReply* _7374312F_0CF9_4A1A_B7C5_2B98C48CA64D(std::function<void(const QByt
         if (!HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(),
                               PelmorSocketHelper::BuildJson("client.config", XJson())))
             return reply;
-        // The service's code is not checked: a refusal still hands over whatever data it carried.
-        const std::string text = reply->Data().ToJson();
-        configuration = QByteArray(text.data(), static_cast<int>(text.size()));
+        // The service's code is not checked: a refusal still hands over whatever data it carried. Rendered
+        // straight into the bytes handed over: the data can be large.
+        if (!reply->Data().Render([&configuration](const char* piece, std::size_t length) {
+                configuration.append(piece, static_cast<int>(length));
+                return true;
+            }))
+            configuration.clear();
     } catch (...) {
         return reply;
     }
