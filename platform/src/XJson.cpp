@@ -1,13 +1,20 @@
 #include "pelmor/platform/XJson.h"
+#include "pelmor/platform/MemoryShortage.h"
 
 #include <boost/json/parse.hpp>
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <new>
 
 #include "JsonText.h"
+#include "XJsonValue.h"
 
 namespace json = boost::json;
+
+// The value is built in place in XJson's storage, which must fit it.
+static_assert(sizeof(json::value) <= sizeof(XJson), "XJson's storage is too small for the JSON value");
+static_assert(alignof(json::value) <= alignof(XJson), "XJson's storage is not aligned for the JSON value");
 
 namespace {
 
@@ -24,6 +31,15 @@ bool TextToInt64(json::string_view text, long long& out) {
     const char* end = text.data() + text.size();
     auto result = std::from_chars(text.data(), end, out, 10);
     return result.ec == std::errc() && result.ptr == end;
+}
+
+// The JSON library reads 1e400 as infinity and can make NaN of others; neither is a JSON number, so they are
+// read (and rendered) as the nearest finite value: the largest double of the sign, and 0.
+double Finite(double value) {
+    if (std::isnan(value)) return 0.0;
+    if (std::isinf(value))
+        return value > 0 ? std::numeric_limits<double>::max() : std::numeric_limits<double>::lowest();
+    return value;
 }
 
 // Cuts toward zero and clamps, so that no out-of-range cast can happen.
@@ -47,7 +63,7 @@ long long ValueToInt64(const json::value* v) {
                        : static_cast<long long>(u);
         }
         case json::kind::double_:
-            return DoubleToInt<long long>(v->get_double());
+            return DoubleToInt<long long>(Finite(v->get_double()));
         case json::kind::bool_:
             return v->get_bool() ? 1 : 0;
         case json::kind::string: {
@@ -70,7 +86,7 @@ double ValueToDouble(const json::value* v) {
         case json::kind::uint64:
             return static_cast<double>(v->get_uint64());
         case json::kind::double_:
-            return v->get_double();
+            return Finite(v->get_double());
         case json::kind::bool_:
             return v->get_bool() ? 1.0 : 0.0;
         case json::kind::string: {
@@ -102,7 +118,7 @@ bool ValueToBool(const json::value* v) {
         case json::kind::uint64:
             return v->get_uint64() != 0;
         case json::kind::double_:
-            return v->get_double() != 0.0;
+            return Finite(v->get_double()) != 0.0;
         case json::kind::string:
             return EqualsIgnoringCase(v->get_string(), "true");
         default:
@@ -127,7 +143,7 @@ std::string ValueToString(const json::value* v) {
         case json::kind::uint64:
             return std::to_string(v->get_uint64());
         case json::kind::double_:
-            return NumberText(v->get_double());
+            return NumberText(Finite(v->get_double()));
         case json::kind::bool_:
             return v->get_bool() ? "true" : "false";
         default:
@@ -143,6 +159,8 @@ bool NeedsSanitizing(const json::value& v) {
     switch (v.kind()) {
         case json::kind::string:
             return !IsValidUtf8(v.get_string().data(), v.get_string().size());
+        case json::kind::double_:
+            return !std::isfinite(v.get_double());
         case json::kind::array:
             for (const auto& e : v.get_array())
                 if (NeedsSanitizing(e)) return true;
@@ -160,6 +178,8 @@ json::value Sanitized(const json::value& v) {
     switch (v.kind()) {
         case json::kind::string:
             return json::value(View(SanitizeUtf8(std::string(v.get_string()))));
+        case json::kind::double_:
+            return json::value(Finite(v.get_double()));
         case json::kind::array: {
             json::array out;
             out.reserve(v.get_array().size());
@@ -190,51 +210,82 @@ json::value ParseText(json::string_view text, bool& ok) noexcept {
         ok = true;
         return v;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return json::value();
     }
 }
 
+const json::value* Member(const json::value& value, const std::string& key) noexcept {
+    if (!value.is_object()) return nullptr;
+    return value.get_object().if_contains(View(key));
+}
+
+json::object* MakeObject(json::value& value) noexcept {
+    if (!value.is_object()) value.emplace_object();
+    return &value.get_object();
+}
+
+void Put(json::value& target, const std::string& key, json::value&& value) noexcept {
+    try {
+        MakeObject(target)->insert_or_assign(View(SanitizeUtf8(key)), std::move(value));
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
+}
+
+// A copy of value as an XJson; empty when the copy cannot be made.
+XJson FromValue(const json::value& value) noexcept {
+    XJson out;
+    try {
+        JsonValue(out) = value;
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
+    return out;
+}
+
 }  // namespace
 
-XJson::XJson(const std::string& text) noexcept {
+XJson::XJson() noexcept {
+    new (storage_) json::value();
+}
+
+XJson::XJson(const std::string& text) noexcept : XJson() {
     bool ok;
-    value_ = ParseText(View(text), ok);
+    JsonValue(*this) = ParseText(View(text), ok);
 }
 
-XJson::XJson(const boost::json::value& value) noexcept {
+XJson::XJson(const XJson& other) noexcept : XJson() {
     try {
-        value_ = value;
+        JsonValue(*this) = JsonValue(other);
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
-XJson::XJson(boost::json::value&& value) noexcept : value_(std::move(value)) {}
-
-XJson::XJson(const XJson& other) noexcept {
-    try {
-        value_ = other.value_;
-    } catch (...) {
-    }
+XJson::XJson(XJson&& other) noexcept {
+    new (storage_) json::value(std::move(JsonValue(other)));
 }
-
-XJson::XJson(XJson&& other) noexcept : value_(std::move(other.value_)) {}
 
 XJson& XJson::operator=(const XJson& other) noexcept {
     if (this != &other) {
         try {
-            value_ = other.value_;
+            JsonValue(*this) = JsonValue(other);
         } catch (...) {
+            Pelmor::NoteMemoryShortage();
         }
     }
     return *this;
 }
 
 XJson& XJson::operator=(XJson&& other) noexcept {
-    value_ = std::move(other.value_);
+    JsonValue(*this) = std::move(JsonValue(other));
     return *this;
 }
 
-XJson::~XJson() = default;
+XJson::~XJson() {
+    JsonValue(*this).~value();
+}
 
 bool XJson::Parse(const std::string& text) noexcept {
     return Parse(text.data(), text.size());
@@ -242,20 +293,8 @@ bool XJson::Parse(const std::string& text) noexcept {
 
 bool XJson::Parse(const char* text, std::size_t length) noexcept {
     bool ok = false;
-    value_ = text ? ParseText(json::string_view(text, length), ok) : json::value();
+    JsonValue(*this) = text ? ParseText(json::string_view(text, length), ok) : json::value();
     return ok;
-}
-
-boost::json::object* XJson::MakeObject() noexcept {
-    if (!value_.is_object()) value_.emplace_object();
-    return &value_.get_object();
-}
-
-void XJson::Put(const std::string& key, boost::json::value&& value) noexcept {
-    try {
-        MakeObject()->insert_or_assign(View(SanitizeUtf8(key)), std::move(value));
-    } catch (...) {
-    }
 }
 
 void XJson::Add(const std::string& key, const std::string& value) noexcept {
@@ -266,10 +305,11 @@ void XJson::Add(const std::string& key, std::string_view value) noexcept {
     try {
         // Valid text, by far the usual case, is copied once, straight into the value.
         if (IsValidUtf8(value.data(), value.size()))
-            Put(key, json::value(json::string_view(value.data(), value.size())));
+            Put(JsonValue(*this), key, json::value(json::string_view(value.data(), value.size())));
         else
-            Put(key, json::value(View(SanitizeUtf8(std::string(value)))));
+            Put(JsonValue(*this), key, json::value(View(SanitizeUtf8(std::string(value)))));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -278,33 +318,37 @@ void XJson::Add(const std::string& key, const char* value) noexcept {
 }
 
 void XJson::Add(const std::string& key, int value) noexcept {
-    Put(key, json::value(static_cast<std::int64_t>(value)));
+    Put(JsonValue(*this), key, json::value(static_cast<std::int64_t>(value)));
 }
 void XJson::Add(const std::string& key, long long value) noexcept {
-    Put(key, json::value(static_cast<std::int64_t>(value)));
+    Put(JsonValue(*this), key, json::value(static_cast<std::int64_t>(value)));
 }
 void XJson::Add(const std::string& key, unsigned long long value) noexcept {
-    Put(key, json::value(static_cast<std::uint64_t>(value)));
+    Put(JsonValue(*this), key, json::value(static_cast<std::uint64_t>(value)));
 }
 void XJson::Add(const std::string& key, double value) noexcept {
-    Put(key, json::value(value));
+    Put(JsonValue(*this), key, json::value(Finite(value)));
 }
 void XJson::Add(const std::string& key, bool value) noexcept {
-    Put(key, json::value(value));
+    Put(JsonValue(*this), key, json::value(value));
+}
+
+void XJson::Add(const std::string& key, XJson&& value) noexcept {
+    try {
+        json::value& moved = JsonValue(value);
+        Put(JsonValue(*this), key, moved.is_null() ? json::value(json::object()) : std::move(moved));
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
 }
 
 void XJson::Add(const std::string& key, const XJson& value) noexcept {
     try {
         // An empty value stands for "no parameters" and goes on the wire as {}.
-        Put(key, value.value_.is_null() ? json::value(json::object()) : json::value(value.value_));
+        Put(JsonValue(*this), key,
+            JsonValue(value).is_null() ? json::value(json::object()) : json::value(JsonValue(value)));
     } catch (...) {
-    }
-}
-
-void XJson::Add(const std::string& key, XJson&& value) noexcept {
-    try {
-        Put(key, value.value_.is_null() ? json::value(json::object()) : std::move(value.value_));
-    } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -314,124 +358,118 @@ void XJson::Append(const std::string& key, const XJson& value) noexcept {
 
 void XJson::Append(const std::string& key, const XString& value) noexcept {
     try {
-        Put(key, json::value(View(value.ToUtf8())));
+        Put(JsonValue(*this), key, json::value(View(value.ToUtf8())));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
 void XJson::Append(const XJson& element) noexcept {
     try {
-        if (!value_.is_array()) value_.emplace_array();
-        value_.get_array().push_back(element.value_);
+        if (!JsonValue(*this).is_array()) JsonValue(*this).emplace_array();
+        JsonValue(*this).get_array().push_back(JsonValue(element));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
-}
-
-const boost::json::value* XJson::Member(const std::string& key) const noexcept {
-    if (!value_.is_object()) return nullptr;
-    return value_.get_object().if_contains(View(key));
 }
 
 std::string XJson::ToString(const std::string& key) const noexcept {
     try {
-        return ValueToString(Member(key));
+        return ValueToString(Member(JsonValue(*this), key));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return std::string();
     }
 }
 
 XString XJson::ToXString(const std::string& key) const noexcept {
     try {
-        return XString::FromUtf8(ValueToString(Member(key)));
+        return XString::FromUtf8(ValueToString(Member(JsonValue(*this), key)));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return XString();
     }
 }
 
 int XJson::ToInt(const std::string& key) const noexcept {
-    const long long n = ValueToInt64(Member(key));
+    const long long n = ValueToInt64(Member(JsonValue(*this), key));
     if (n < std::numeric_limits<int>::min()) return std::numeric_limits<int>::min();
     if (n > std::numeric_limits<int>::max()) return std::numeric_limits<int>::max();
     return static_cast<int>(n);
 }
 
 long long XJson::ToInt64(const std::string& key) const noexcept {
-    return ValueToInt64(Member(key));
+    return ValueToInt64(Member(JsonValue(*this), key));
 }
 bool XJson::ToBool(const std::string& key) const noexcept {
-    return ValueToBool(Member(key));
+    return ValueToBool(Member(JsonValue(*this), key));
 }
 double XJson::ToDouble(const std::string& key) const noexcept {
-    return ValueToDouble(Member(key));
+    return ValueToDouble(Member(JsonValue(*this), key));
 }
 
 XJson XJson::ToObject(const std::string& key) const noexcept {
     return (*this)[key];
 }
 
-XJson XJson::Take(const std::string& key) noexcept {
-    if (!value_.is_object()) return XJson();
-    const auto member = value_.get_object().find(View(key));
-    if (member == value_.get_object().end()) return XJson();
-    return XJson(std::move(member->value()));
-}
-
 std::string XJson::AsString() const noexcept {
     try {
-        return ValueToString(&value_);
+        return ValueToString(&JsonValue(*this));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return std::string();
     }
 }
 
 XString XJson::AsXString() const noexcept {
     try {
-        return XString::FromUtf8(ValueToString(&value_));
+        return XString::FromUtf8(ValueToString(&JsonValue(*this)));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return XString();
     }
 }
 
 int XJson::AsInt() const noexcept {
-    const long long n = ValueToInt64(&value_);
+    const long long n = ValueToInt64(&JsonValue(*this));
     if (n < std::numeric_limits<int>::min()) return std::numeric_limits<int>::min();
     if (n > std::numeric_limits<int>::max()) return std::numeric_limits<int>::max();
     return static_cast<int>(n);
 }
 
 long long XJson::AsInt64() const noexcept {
-    return ValueToInt64(&value_);
+    return ValueToInt64(&JsonValue(*this));
 }
 bool XJson::AsBool() const noexcept {
-    return ValueToBool(&value_);
+    return ValueToBool(&JsonValue(*this));
 }
 double XJson::AsDouble() const noexcept {
-    return ValueToDouble(&value_);
+    return ValueToDouble(&JsonValue(*this));
 }
 
 XJson XJson::operator[](const std::string& key) const noexcept {
-    const json::value* member = Member(key);
-    return member ? XJson(*member) : XJson();
+    const json::value* member = Member(JsonValue(*this), key);
+    return member ? FromValue(*member) : XJson();
 }
 
 XJson XJson::operator[](unsigned index) const noexcept {
-    if (!value_.is_array() || index >= value_.get_array().size()) return XJson();
-    return XJson(value_.get_array()[index]);
+    if (!JsonValue(*this).is_array() || index >= JsonValue(*this).get_array().size()) return XJson();
+    return FromValue(JsonValue(*this).get_array()[index]);
 }
 
 unsigned XJson::GetArraySize() const noexcept {
-    return value_.is_array() ? static_cast<unsigned>(value_.get_array().size()) : 0u;
+    return JsonValue(*this).is_array() ? static_cast<unsigned>(JsonValue(*this).get_array().size()) : 0u;
 }
 
 bool XJson::IsEmpty() const noexcept {
-    if (value_.is_null()) return true;
-    if (value_.is_object()) return value_.get_object().empty();
-    if (value_.is_array()) return value_.get_array().empty();
+    if (JsonValue(*this).is_null()) return true;
+    if (JsonValue(*this).is_object()) return JsonValue(*this).get_object().empty();
+    if (JsonValue(*this).is_array()) return JsonValue(*this).get_array().empty();
     return false;
 }
 
 bool XJson::Contains(const std::string& key) const noexcept {
-    return Member(key) != nullptr;
+    return Member(JsonValue(*this), key) != nullptr;
 }
 
 std::string XJson::ToJson() const noexcept {
@@ -443,21 +481,54 @@ std::string XJson::ToJson() const noexcept {
             }))
             return text;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
     return std::string();
 }
 
 bool XJson::Render(const std::function<bool(const char*, std::size_t)>& sink) const noexcept {
     try {
-        if (value_.is_null()) return sink("{}", 2);
+        const json::value& value = JsonValue(*this);
+        if (value.is_null()) return sink("{}", 2);
         // Parsed replies may carry invalid UTF-8; what we render is always valid JSON.
-        if (NeedsSanitizing(value_)) return RenderJson(Sanitized(value_), sink);
-        return RenderJson(value_, sink);
+        if (NeedsSanitizing(value)) return RenderJson(Sanitized(value), sink);
+        return RenderJson(value, sink);
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return false;
     }
 }
 
 std::size_t XJson::ApproximateJsonLength() const noexcept {
-    return value_.is_null() ? 2 : ::ApproximateJsonLength(value_);
+    const json::value& value = JsonValue(*this);
+    return value.is_null() ? 2 : ::ApproximateJsonLength(value);
+}
+
+XJson XJson::Take(const std::string& key) noexcept {
+    XJson out;
+    json::value& value = JsonValue(*this);
+    if (!value.is_object()) return out;
+    const auto member = value.get_object().find(View(key));
+    if (member != value.get_object().end()) {
+        JsonValue(out) = std::move(member->value());
+        member->value().emplace_null();
+    }
+    return out;
+}
+
+bool XJson::IsObject() const noexcept {
+    return JsonValue(*this).is_object();
+}
+bool XJson::IsArray() const noexcept {
+    return JsonValue(*this).is_array();
+}
+bool XJson::IsString() const noexcept {
+    return JsonValue(*this).is_string();
+}
+bool XJson::IsNull() const noexcept {
+    return JsonValue(*this).is_null();
+}
+
+bool XJson::operator==(const XJson& other) const noexcept {
+    return JsonValue(*this) == JsonValue(other);
 }

@@ -1,7 +1,9 @@
 #include "PelmorSocketHelper.h"
 
+#include <pelmor/platform/MemoryShortage.h>
+
 #include "LibraryHooks.h"
-#include "ServiceHosts.h"
+#include "transport/ServiceHosts.h"
 
 // Process-wide settings. Constructed when the library is loaded, in this order, and never locked: the
 // host must not change them while another thread builds a request.
@@ -25,29 +27,51 @@ struct ModuleLifetime {
 };
 const ModuleLifetime moduleLifetime;
 
-const XString kEnterpriseAddress(L"http://" PELMOR_SERVICE_HOST L"/brisel-ent/api");
-const XString kStandardAddress(L"http://" PELMOR_SERVICE_HOST L"/modules/app/api.do?");
-const XString kFallbackAddress(L"http://" PELMOR_SERVICE_HOST L"/");
+const XString kEnterpriseAddress(XString::FromUtf8("http://" + ServiceHosts::Service() + "/brisel-ent/api"));
+const XString kStandardAddress(XString::FromUtf8("http://" + ServiceHosts::Service() +
+                                                 "/modules/app/api.do?"));
+const XString kFallbackAddress(XString::FromUtf8("http://" + ServiceHosts::Service() + "/"));
 
 }  // namespace
 
+// The setters copy texts and so may run out of memory: the setting then keeps its old value, and the
+// shortage is noted so that nothing built on the new value goes out.
 void PelmorSocketHelper::Initialize(ENUM_PELMOR_SOCKET_EDITION edition, const XString& source,
                                     const XString& version) {
     _StaticSocketEdition = edition;
-    _StaticSocketSource = source;
-    _StaticSocketVersion = version;
+    try {
+        XString newSource(source);
+        XString newVersion(version);
+        _StaticSocketSource.swap(newSource);
+        _StaticSocketVersion.swap(newVersion);
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
 }
 
 void PelmorSocketHelper::SetToken(const XString& token) {
-    _StaticSocketToken = token;
+    try {
+        _StaticSocketToken = token;
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
 }
 
 XString PelmorSocketHelper::GetToken() {
-    return _StaticSocketToken;
+    try {
+        return _StaticSocketToken;
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+        return XString();
+    }
 }
 
 void PelmorSocketHelper::SetSource(const XString& source) {
-    _StaticSocketSource = source;
+    try {
+        _StaticSocketSource = source;
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
 }
 
 PelmorSocketHelper::~PelmorSocketHelper() = default;

@@ -2,18 +2,24 @@
 
 #include <curl/curl.h>
 #include <pelmor/platform/ADPString.h>
+#include <pelmor/platform/NetworkTimeouts.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <memory>
+#include <string>
 
-#include "frame/ServiceHosts.h"
+#include "transport/ServiceHosts.h"
 
 namespace {
 
 constexpr char kBrowser[] =
     "Mozilla/5.0 (Windows NT 5.1) AppleWebKit/537.36 (KHTML, like Gecko) Chrome/30.0.1599.69 Safari/537.36";
-constexpr char kHostHeader[] = "Host: " PELMOR_COVERAGE_HOST;
-constexpr char kFixedReferer[] = "Referer: https://" PELMOR_COVERAGE_HOST "/cn/zh/";
+const std::string kHostHeaderLine = "Host: " + ServiceHosts::Coverage();
+const std::string kFixedRefererLine = "Referer: https://" + ServiceHosts::Coverage() + "/cn/zh/";
+const char* const kHostHeader = kHostHeaderLine.c_str();
+const char* const kFixedReferer = kFixedRefererLine.c_str();
 constexpr char kTokenStart[] = "csrfToken: \"";
 constexpr char kTokenEnd[] = "\"";
 constexpr char kSetCookie[] = "Set-Cookie: ";
@@ -49,7 +55,23 @@ HeaderList MakeHeaders(std::initializer_list<const char*> lines) {
     return HeaderList(list);
 }
 
-// The options every GET of this client sets, in their order.
+// Stands in for libcurl's progress meter, which would otherwise print on the host's stderr.
+int SilentProgress(void*, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+    return 0;
+}
+
+// An empty cookie text means no Cookie header at all, not an empty one.
+void SetCookie(CURL* curl, const char* cookie) {
+    if (cookie && *cookie) curl_easy_setopt(curl, CURLOPT_COOKIE, cookie);
+}
+
+// The coverage site is read line by line as HTTP/1.1 writes its headers; HTTP/2 would lower-case them.
+void AskForHttp11(CURL* curl) {
+    curl_easy_setopt(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+}
+
+// The options every GET of this client sets, in their order. No total time-out, since a host may fetch a
+// large file, but a stalled transfer is given up. No signals: the host may have threads of its own.
 void SetGetOptions(CURL* curl, const char* url, HalvexCurl* self, bool withHeaders, const char* cookie) {
     curl_easy_setopt(curl, CURLOPT_URL, url);
     curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
@@ -57,9 +79,31 @@ void SetGetOptions(CURL* curl, const char* url, HalvexCurl* self, bool withHeade
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, self);
     curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 0L);
     curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
+    curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, &SilentProgress);
     if (withHeaders) curl_easy_setopt(curl, CURLOPT_HEADER, 1L);
     curl_easy_setopt(curl, CURLOPT_USERAGENT, kBrowser);
-    if (cookie) curl_easy_setopt(curl, CURLOPT_COOKIE, cookie);
+    SetCookie(curl, cookie);
+    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, NetworkTimeouts::kConnectSeconds);
+    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, NetworkTimeouts::kStallBytesPerSecond);
+    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, NetworkTimeouts::kStallSeconds);
+}
+
+// The POSTs' pair of limits.
+void SetPostTimeouts(CURL* curl) {
+    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, NetworkTimeouts::kPlainPostConnectSeconds);
+    curl_easy_setopt(curl, CURLOPT_TIMEOUT, NetworkTimeouts::kPlainPostTotalSeconds);
+}
+
+// Where a line of the header block holds "Set-Cookie: " in any letter case (HTTP/2 and some servers
+// write header names in lower case).
+bool HoldsSetCookie(const std::string& line) {
+    const char* const end = kSetCookie + sizeof kSetCookie - 1;
+    return std::search(line.begin(), line.end(), kSetCookie, end, [](char a, char b) {
+               return std::tolower(static_cast<unsigned char>(a)) ==
+                      std::tolower(static_cast<unsigned char>(b));
+           }) != line.end();
 }
 
 bool Perform(CURL* curl) {
@@ -101,9 +145,7 @@ bool HalvexCurl::POST(const char* url, const char* body, std::function<void(cons
     curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
     curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, &HalvexCurl::CallBack_HTTP);
     curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, this);
-    curl_easy_setopt(curl.get(), CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(curl.get(), CURLOPT_CONNECTTIMEOUT, 30L);
-    curl_easy_setopt(curl.get(), CURLOPT_TIMEOUT, 30L);
+    SetPostTimeouts(curl.get());
     if (!Perform(curl.get())) return false;
     curl.reset();
     headers.reset();
@@ -127,6 +169,7 @@ bool HalvexCurl::GetCookie(const char* url, std::function<void(const char*)> cal
     EasyHandle curl(curl_easy_init());
     if (!curl) return false;
     SetGetOptions(curl.get(), url, this, true, nullptr);
+    AskForHttp11(curl.get());
     if (!Perform(curl.get())) return false;
     curl.reset();
     const std::string cookie = CookieTextOf(buffer_);
@@ -141,6 +184,7 @@ bool HalvexCurl::GETWarranty(const char* url, const char* cookie,
     EasyHandle curl(curl_easy_init());
     if (!curl) return false;
     SetGetOptions(curl.get(), url, this, false, cookie);
+    AskForHttp11(curl.get());
     HeaderList headers = MakeHeaders({kHostHeader, kFixedReferer});
     if (headers) curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
     const bool ok = Perform(curl.get());
@@ -157,6 +201,7 @@ bool HalvexCurl::WarrantySelectToken(const char* url, const char* cookie,
     EasyHandle curl(curl_easy_init());
     if (!curl) return false;
     SetGetOptions(curl.get(), url, this, true, cookie);
+    AskForHttp11(curl.get());
     // A page address too long for the line is cut: the referrer is a courtesy, not data.
     char referer[1024] = {};
     std::snprintf(referer, sizeof referer, "Referer: %s", url);
@@ -166,7 +211,7 @@ bool HalvexCurl::WarrantySelectToken(const char* url, const char* cookie,
     headers.reset();
     curl.reset();
     if (!ok) return false;
-    const std::string token = ADPStringMiddle(buffer_, kTokenStart, kTokenEnd);
+    const std::string token = CsrfTokenOf(buffer_);
     callback(token.c_str());
     return true;
 }
@@ -184,10 +229,9 @@ bool HalvexCurl::POSTWarranty(const char* url, const char* cookie, const char* b
     curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(std::strlen(body)));
     curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, &HalvexCurl::CallBack_HTTP);
     curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, this);
-    curl_easy_setopt(curl.get(), CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(curl.get(), CURLOPT_CONNECTTIMEOUT, 30L);
-    curl_easy_setopt(curl.get(), CURLOPT_TIMEOUT, 30L);
-    if (cookie) curl_easy_setopt(curl.get(), CURLOPT_COOKIE, cookie);
+    SetPostTimeouts(curl.get());
+    SetCookie(curl.get(), cookie);
+    AskForHttp11(curl.get());
     HeaderList headers = MakeHeaders({kHostHeader, kFixedReferer});
     if (headers) curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
     const bool ok = Perform(curl.get());
@@ -223,7 +267,7 @@ std::string CookieTextOf(const std::string& response) {
     std::vector<std::string> lines;
     StringSplit(block, delimiters, &lines);
     for (const std::string& line : lines) {
-        if (line.find(kSetCookie) == std::string::npos) continue;
+        if (!HoldsSetCookie(line)) continue;
         std::string value = line.substr(std::strlen(kSetCookie));
         if (!cookie.empty()) cookie += ";";
         for (const char* attribute : kCookieAttributes)
@@ -231,4 +275,8 @@ std::string CookieTextOf(const std::string& response) {
         cookie += value;
     }
     return cookie;
+}
+
+std::string CsrfTokenOf(const std::string& response) {
+    return ADPStringMiddle(response, kTokenStart, kTokenEnd);
 }

@@ -8,9 +8,10 @@
 // text and handed to a callback. Objects are short-lived, one per request, because the response buffer
 // grows across calls on the same object.
 //
-// The option sets of the requests differ on purpose and are kept exactly: the POST has time-outs and
-// verifies certificates; the GETs follow redirects, skip certificate checks, present a desktop browser
-// and set no time-out.
+// The option sets of the requests differ on purpose: the POSTs have a total time-out and the plain POST
+// verifies certificates; the GETs follow redirects, skip certificate checks, present a desktop browser and
+// have no total time-out, only a connect time-out and a stall limit. The coverage-site requests ask for
+// HTTP/1.1. Nothing is printed: the progress meter the GETs turn on is a silent function of ours.
 class HalvexCurl {
   public:
     HalvexCurl() = default;
@@ -37,6 +38,9 @@ class HalvexCurl {
     // libcurl's write function; user is the HalvexCurl that collects the response.
     static size_t CallBack_HTTP(void* data, size_t size, size_t count, void* user);
 
+    // What the write callback has collected so far; lets the response handling be driven with text alone.
+    const std::string& Response() const noexcept { return buffer_; }
+
     // Responses beyond this size abort the transfer, so a hostile server cannot exhaust memory.
     static constexpr size_t kMaxResponseBytes = 64u * 1024 * 1024;
 
@@ -51,3 +55,6 @@ void StringSplit(std::string& text, std::string& delimiters, std::vector<std::st
 // The cookie text of a response's first header block: the value of every "Set-Cookie: " line with the
 // common attributes cut out, joined with ";".
 std::string CookieTextOf(const std::string& response);
+
+// The CSRF token a coverage page carries (headers and body searched together); "" when there is none.
+std::string CsrfTokenOf(const std::string& response);

@@ -2,12 +2,11 @@
 // splitting of header blocks and the token search (against pages served in process). Requests against
 // the emulator's probes and coverage site are in the end-to-end tests.
 #include <gtest/gtest.h>
-#include <httplib.h>
 
-#include <chrono>
 #include <map>
-#include <thread>
+#include <memory>
 
+#include "LoopbackServer.h"
 #include "transport/HalvexCurl.h"
 
 namespace {
@@ -19,44 +18,42 @@ class PageServer : public ::testing::Environment {
         std::string header;  // "Name: value", or empty
         std::string body;
     };
-    static inline httplib::Server* server = nullptr;
-    static inline int port = 0;
+    static inline std::unique_ptr<LoopbackServer> server;
     static inline std::map<std::string, Page> pages;
 
     void SetUp() override {
-        server = new httplib::Server;
-        server->set_keep_alive_timeout(1);
-        server->Get("/page/(.*)", [](const httplib::Request& request, httplib::Response& response) {
-            const auto it = pages.find(request.matches[1]);
-            if (it == pages.end()) {
-                response.status = 404;
-                return;
-            }
-            const std::string& header = it->second.header;
-            if (!header.empty())
-                response.set_header(header.substr(0, header.find(':')), header.substr(header.find(':') + 2));
-            response.set_content(it->second.body, "text/html");
+        server = LoopbackServer::Http([](httplib::Server& http) {
+            http.Get("/page/(.*)", [](const httplib::Request& request, httplib::Response& response) {
+                const auto it = pages.find(request.matches[1]);
+                if (it == pages.end()) {
+                    response.status = 404;
+                    return;
+                }
+                const std::string& header = it->second.header;
+                if (!header.empty())
+                    response.set_header(header.substr(0, header.find(':')),
+                                        header.substr(header.find(':') + 2));
+                response.set_content(it->second.body, "text/html");
+            });
+            // What the request looked like, its version and its Cookie header (or "none"), written as a token
+            // so that the page request, which hands on only the token, can show it too.
+            const auto echo = [](const httplib::Request& request, httplib::Response& response) {
+                const std::string cookie =
+                    request.has_header("Cookie") ? "[" + request.get_header_value("Cookie") + "]" : "none";
+                response.set_content("csrfToken: \"" + request.version + " " + cookie + "\"", "text/plain");
+            };
+            http.Get("/echo", echo);
+            http.Post("/echo", echo);
         });
-        port = server->bind_to_any_port("127.0.0.1");
-        thread_ = std::thread([] { server->listen_after_bind(); });
-        while (!server->is_running())
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 
-    void TearDown() override {
-        server->stop();
-        thread_.join();
-        delete server;
-    }
-
-  private:
-    std::thread thread_;
+    void TearDown() override { server.reset(); }
 };
 
 const auto* const environment = ::testing::AddGlobalTestEnvironment(new PageServer);
 
 std::string PageUrl(const std::string& name) {
-    return "http://127.0.0.1:" + std::to_string(PageServer::port) + "/page/" + name;
+    return PageServer::server->Url("/page/" + name);
 }
 
 TEST(CurlBuffer, BlocksAreKeptAsTextAndTheBufferGrowsAcrossCalls) {
@@ -94,6 +91,8 @@ TEST(CookieRules, AttributesAreCutInTheirListedCase) {
         // Without a blank line the whole text is the block; bare LF line ends split too.
         {"HTTP/1.1 200 OK\nSet-Cookie: h=8\nSet-Cookie: i=9", "h=8;i=9"},
         {"X-Set-Cookie: j=10", ": j=10"},  // the value starts twelve characters into the line
+        // Header names in another case (HTTP/2 lower-cases them) still carry the cookie.
+        {"HTTP/2 200\r\nset-cookie: k=11; Path=/\r\nSET-COOKIE: l=12\r\n\r\n", "k=11;l=12"},
         {"", ""},
     };
     for (const Case& c : cases)
@@ -142,6 +141,31 @@ TEST(TokenSearch, TheTextBetweenTheTokenStartAndTheNextQuote) {
         }));
         EXPECT_EQ(calls, 1) << c.name;
         EXPECT_EQ(token, c.token) << c.name;
+    }
+}
+
+// The coverage site is read as HTTP/1.1 writes it, and an empty cookie text is no cookie at all.
+TEST(CoverageRequests, AskForHttp11AndSendNoEmptyCookieHeader) {
+    const std::string url = PageServer::server->Url("/echo");
+    struct Case {
+        const char* cookie;
+        const char* sent;
+    } cases[] = {{nullptr, "HTTP/1.1 none"}, {"", "HTTP/1.1 none"}, {"a=1;b=2", "HTTP/1.1 [a=1;b=2]"}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.cookie ? c.cookie : "null");
+        const std::string page = std::string("csrfToken: \"") + c.sent + "\"";
+        std::string seen;
+        HalvexCurl captcha;
+        EXPECT_TRUE(
+            captcha.GETWarranty(url.c_str(), c.cookie, [&](const char* text, const char*) { seen = text; }));
+        EXPECT_EQ(seen, page);
+        HalvexCurl form;
+        EXPECT_TRUE(
+            form.POSTWarranty(url.c_str(), c.cookie, "sno=1", [&](const char* text) { seen = text; }));
+        EXPECT_EQ(seen, page);
+        HalvexCurl token;
+        EXPECT_TRUE(token.WarrantySelectToken(url.c_str(), c.cookie, [&](const char* text) { seen = text; }));
+        EXPECT_EQ(seen, c.sent);
     }
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "SlotCheck.h"
+#include "XJsonValue.h"
 #include "frame/PelmorSocketHelper.h"
 
 namespace {
@@ -174,7 +175,7 @@ TEST(DeviceDescription, CompleteDeviceGivesAll59MembersInOrder) {
         R"j("root":0,"active":1,"fiveCode":0})j");
     EXPECT_EQ(json.ToJson(), expected);
     ASSERT_TRUE(json.IsObject());
-    EXPECT_EQ(json.Value().get_object().size(), 59u);
+    EXPECT_EQ(JsonValue(json).get_object().size(), 59u);
 }
 
 TEST(DeviceDescription, NumbersAreConvertedAsTheServiceReadsThem) {
@@ -199,7 +200,7 @@ TEST(DeviceDescription, NumbersAreConvertedAsTheServiceReadsThem) {
         d.battery->health = value;
         const XJson json = PelmorSocketHelper::DeviceToJson(&d);
         EXPECT_EQ(json.ToInt64("batteryHealth"), cut) << value;
-        EXPECT_TRUE(json.Value().get_object().at("batteryHealth").is_int64());
+        EXPECT_TRUE(JsonValue(json).get_object().at("batteryHealth").is_int64());
     }
 }
 
@@ -235,7 +236,7 @@ TEST(DeviceDescription, IsAllOrNothingOverTheTenRecords) {
 
     // The file and low-level records are not part of the description.
     FakeDevice d = CompleteDevice();
-    EXPECT_EQ(PelmorSocketHelper::DeviceToJson(&d).Value().get_object().size(), 59u);
+    EXPECT_EQ(JsonValue(PelmorSocketHelper::DeviceToJson(&d)).get_object().size(), 59u);
     EXPECT_TRUE(PelmorSocketHelper::DeviceToJson(nullptr).IsEmpty());
 }
 

@@ -3,7 +3,7 @@
 //   IV=4d71375279324c6b3950773454783642                                  (the IV as hex)
 //   INNER=$(printf '%s' "$PLAIN" | openssl enc -aes-256-cbc -K $K -iv $IV | base64 -w0)
 //   BODY=$(printf '{"En":1,"data":"%s"}' "$INNER" | base64 -w0)
-#include "emulator/codec.h"
+#include "emulator/core/codec.h"
 
 #include <gtest/gtest.h>
 

@@ -7,8 +7,8 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "emulator/factory.h"
-#include "emulator/verification.h"
+#include "emulator/service/factory.h"
+#include "emulator/service/verification.h"
 
 namespace {
 

@@ -1,70 +1,55 @@
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <httplib.h>
-#include <netinet/in.h>
 #include <pelmor/platform/XHttp.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-#include <chrono>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
 
+#include "LoopbackServer.h"
+
 namespace {
 
 // A loopback server for the whole file, started once.
-class LoopbackServer : public ::testing::Environment {
+class EchoServer : public ::testing::Environment {
   public:
-    static inline httplib::Server* server = nullptr;
-    static inline int port = 0;
+    static inline std::unique_ptr<LoopbackServer> server;
     static inline std::mutex mutex;
     static inline std::vector<int> clientPorts;
     static inline std::string lastContentType;
     static inline std::string lastBody;
 
     void SetUp() override {
-        server = new httplib::Server;
-        server->set_keep_alive_timeout(1);  // stop() waits for idle keep-alive connections
-        server->Post("/echo", [](const httplib::Request& request, httplib::Response& response) {
-            std::lock_guard<std::mutex> lock(mutex);
-            clientPorts.push_back(request.remote_port);
-            lastContentType = request.get_header_value("Content-Type");
-            lastBody = request.body;
-            response.set_content("echo:" + request.body, "text/plain");
+        server = LoopbackServer::Http([](httplib::Server& http) {
+            http.Post("/echo", [](const httplib::Request& request, httplib::Response& response) {
+                std::lock_guard<std::mutex> lock(mutex);
+                clientPorts.push_back(request.remote_port);
+                lastContentType = request.get_header_value("Content-Type");
+                lastBody = request.body;
+                response.set_content("echo:" + request.body, "text/plain");
+            });
+            http.Post(R"(/status/(\d+))", [](const httplib::Request& request, httplib::Response& response) {
+                response.status = std::stoi(request.matches[1]);
+                response.set_content("status body", "text/plain");
+            });
+            http.Post("/redirect", [](const httplib::Request&, httplib::Response& response) {
+                response.set_redirect("/echo");
+                response.set_content("moved", "text/plain");
+            });
+            http.Post("/huge", [](const httplib::Request&, httplib::Response& response) {
+                response.set_content(std::string(static_cast<size_t>(XHttp::kMaxResponseBytes) + 1, 'x'),
+                                     "text/plain");
+            });
         });
-        server->Post(R"(/status/(\d+))", [](const httplib::Request& request, httplib::Response& response) {
-            response.status = std::stoi(request.matches[1]);
-            response.set_content("status body", "text/plain");
-        });
-        server->Post("/redirect", [](const httplib::Request&, httplib::Response& response) {
-            response.set_redirect("/echo");
-            response.set_content("moved", "text/plain");
-        });
-        server->Post("/huge", [](const httplib::Request&, httplib::Response& response) {
-            response.set_content(std::string(static_cast<size_t>(XHttp::kMaxResponseBytes) + 1, 'x'),
-                                 "text/plain");
-        });
-        port = server->bind_to_any_port("127.0.0.1");
-        thread_ = std::thread([] { server->listen_after_bind(); });
-        while (!server->is_running())
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 
-    void TearDown() override {
-        server->stop();
-        thread_.join();
-        delete server;
-    }
-
-  private:
-    std::thread thread_;
+    void TearDown() override { server.reset(); }
 };
 
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new LoopbackServer);
+const auto* const environment = ::testing::AddGlobalTestEnvironment(new EchoServer);
 
 XString Url(const std::string& path) {
-    return XString::FromUtf8("http://127.0.0.1:" + std::to_string(LoopbackServer::port) + path);
+    return XString::FromUtf8(EchoServer::server->Url(path));
 }
 
 struct Outcome {
@@ -82,27 +67,15 @@ Outcome Post(const XString& url, const QByteArray& body) {
     return outcome;
 }
 
-int UnusedPort() {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    socklen_t length = sizeof address;
-    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-    close(fd);
-    return ntohs(address.sin_port);
-}
-
 TEST(XHttpPost, DeliversBodyAndStatus) {
     const Outcome ok = Post(Url("/echo"), QByteArray("hello"));
     EXPECT_EQ(ok.status, 200);
     EXPECT_EQ(ok.calls, 1);
     EXPECT_EQ(ok.body, QByteArray("echo:hello"));
     {
-        std::lock_guard<std::mutex> lock(LoopbackServer::mutex);
-        EXPECT_EQ(LoopbackServer::lastContentType, "text/plain");
-        EXPECT_EQ(LoopbackServer::lastBody, "hello");
+        std::lock_guard<std::mutex> lock(EchoServer::mutex);
+        EXPECT_EQ(EchoServer::lastContentType, "text/plain");
+        EXPECT_EQ(EchoServer::lastBody, "hello");
     }
     for (int status : {404, 500, 502, 504}) {
         const Outcome failed = Post(Url("/status/" + std::to_string(status)), QByteArray("x"));
@@ -114,8 +87,8 @@ TEST(XHttpPost, DeliversBodyAndStatus) {
 }
 
 TEST(XHttpPost, NoResponseIsStatusZeroWithAnEmptyBody) {
-    const Outcome refused =
-        Post(XString::FromUtf8("http://127.0.0.1:" + std::to_string(UnusedPort()) + "/"), QByteArray("x"));
+    const Outcome refused = Post(
+        XString::FromUtf8("http://127.0.0.1:" + std::to_string(UnusedLoopbackPort()) + "/"), QByteArray("x"));
     EXPECT_EQ(refused.status, 0);
     EXPECT_EQ(refused.calls, 1);
     EXPECT_TRUE(refused.body.isEmpty());
@@ -133,20 +106,19 @@ TEST(XHttpPost, NoResponseIsStatusZeroWithAnEmptyBody) {
 
 TEST(XHttpPost, ReusesOneConnectionPerThread) {
     {
-        std::lock_guard<std::mutex> lock(LoopbackServer::mutex);
-        LoopbackServer::clientPorts.clear();
+        std::lock_guard<std::mutex> lock(EchoServer::mutex);
+        EchoServer::clientPorts.clear();
     }
     ASSERT_EQ(Post(Url("/echo"), QByteArray("one")).status, 200);
     ASSERT_EQ(Post(Url("/echo"), QByteArray("two")).status, 200);
     int otherThreadStatus = 0;
     std::thread([&] { otherThreadStatus = Post(Url("/echo"), QByteArray("three")).status; }).join();
     EXPECT_EQ(otherThreadStatus, 200);
-    std::lock_guard<std::mutex> lock(LoopbackServer::mutex);
-    ASSERT_EQ(LoopbackServer::clientPorts.size(), 3u);
-    EXPECT_EQ(LoopbackServer::clientPorts[0], LoopbackServer::clientPorts[1])
+    std::lock_guard<std::mutex> lock(EchoServer::mutex);
+    ASSERT_EQ(EchoServer::clientPorts.size(), 3u);
+    EXPECT_EQ(EchoServer::clientPorts[0], EchoServer::clientPorts[1])
         << "second call opened a new connection";
-    EXPECT_NE(LoopbackServer::clientPorts[1], LoopbackServer::clientPorts[2])
-        << "threads must not share a handle";
+    EXPECT_NE(EchoServer::clientPorts[1], EchoServer::clientPorts[2]) << "threads must not share a handle";
 }
 
 }  // namespace

@@ -204,6 +204,14 @@ class DeviceFileReader {
     static void Read(const json::object& root, CDeviceFile& device) {
         const Members top(root, "");
         top.Text("description", device.description_);
+        if (const json::value* capture = top.Find("capture")) {
+            const json::array single{*capture};
+            for (const json::value& path : capture->is_array() ? capture->get_array() : single) {
+                if (!path.is_string() || path.get_string().empty())
+                    top.Fail("capture", "expected a path or a list of paths, found " + KindName(path));
+                device.captures_.emplace_back(path.get_string());
+            }
+        }
 
         ReadRecord(top, "device", device.info_, [](const Members& m, XSocketDeviceInfo& r) {
             m.Text("ecid", r.ecid);

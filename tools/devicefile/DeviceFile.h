@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 // A handset described by a device file (JSON; the format is in docs/device-file.md), for hosts and tests
 // that have no real device layer. Records the file leaves out or sets to null are absent, exactly as a
@@ -20,6 +21,9 @@ class CDeviceFile final : public ISocketDevice {
 
     // The file's own "description" text, for listings; empty when it has none.
     const std::string& Description() const { return description_; }
+    // Capture files the device file names ("capture": a path or a list of paths, as written); their
+    // records are for the host to read, this class only carries the names.
+    const std::vector<std::string>& Captures() const { return captures_; }
 
     const XSocketDeviceInfo* GetDeviceRecord() override { return Get(info_); }
     const XSocketDeviceFile* GetFileRecord() override { return Get(file_); }
@@ -46,6 +50,7 @@ class CDeviceFile final : public ISocketDevice {
     }
 
     std::string description_;
+    std::vector<std::string> captures_;
     std::optional<XSocketDeviceInfo> info_;
     std::optional<XSocketDeviceFile> file_;
     std::optional<XSocketDeviceBattery> battery_;

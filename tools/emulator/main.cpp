@@ -1,5 +1,5 @@
-#include "emulator/emulator.h"
-#include "emulator/options.h"
+#include "emulator/core/emulator.h"
+#include "emulator/core/options.h"
 
 #include <pthread.h>
 #include <unistd.h>

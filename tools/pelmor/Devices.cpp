@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "DeviceFile.h"
+#include "Handsets.h"
 #include "Library.h"
 
 namespace pelmor {
@@ -59,6 +60,11 @@ std::vector<SampleDevice> SampleDevices() {
 }
 
 std::unique_ptr<CDeviceFile> LoadDevice(const std::string& nameOrPath, std::string& error) {
+    if (IsHandsetName(nameOrPath)) return LoadHandset(nameOrPath, error);
+    if (IsCaptureName(nameOrPath)) {
+        std::string text;
+        return LoadCaptures({nameOrPath}, text, error);
+    }
     std::string path = nameOrPath;
     if (!IsFile(path) && nameOrPath.find('/') == std::string::npos) {
         for (const std::string& dir : SampleDirectories()) {
@@ -74,7 +80,9 @@ std::unique_ptr<CDeviceFile> LoadDevice(const std::string& nameOrPath, std::stri
         error = nameOrPath + ": no such device file (or sample device; `pelmor devices` lists the samples)";
         return nullptr;
     }
-    return CDeviceFile::Load(path, error);
+    auto device = CDeviceFile::Load(path, error);
+    if (device && !device->Captures().empty()) return LoadWithCaptures(path, *device, error);
+    return device;
 }
 
 }  // namespace pelmor

@@ -4,13 +4,14 @@
 #include <functional>
 
 #include "Export.h"
+#include "NetworkTimeouts.h"
 #include "XString.h"
 
 namespace XHttp {
 
 // Limits of every POST; fixed so that no call can hang or grow without bound.
-constexpr long kConnectTimeoutSeconds = 10;
-constexpr long kRequestTimeoutSeconds = 30;
+constexpr long kConnectTimeoutSeconds = NetworkTimeouts::kConnectSeconds;
+constexpr long kRequestTimeoutSeconds = NetworkTimeouts::kChannelTotalSeconds;
 constexpr long long kMaxResponseBytes = 64LL * 1024 * 1024;
 
 // Blocking HTTP POST of body with "Content-Type: text/plain". Calls callback with the response body

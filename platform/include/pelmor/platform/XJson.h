@@ -1,6 +1,5 @@
 #pragma once
 
-#include <boost/json/value.hpp>
 #include <cstddef>
 #include <functional>
 #include <string>
@@ -15,13 +14,14 @@
 // Nothing here throws: reads never test presence (an absent key, null or a value of another kind gives
 // "", 0, false or 0.0, apart from a few lossless conversions), text that is not JSON parses to an empty
 // value, and a failed allocation leaves the value as it was.
+//
+// The value lives in place inside the object (no extra allocation per value), but its type stays out of
+// this header so that a host builds without our JSON library's headers.
 class PELMOR_PLATFORM_API XJson {
   public:
-    XJson() noexcept = default;
+    XJson() noexcept;
     // Parses text; anything that is not JSON gives an empty value.
     explicit XJson(const std::string& text) noexcept;
-    explicit XJson(const boost::json::value& value) noexcept;
-    explicit XJson(boost::json::value&& value) noexcept;
     XJson(const XJson& other) noexcept;
     XJson(XJson&& other) noexcept;
     XJson& operator=(const XJson& other) noexcept;
@@ -78,10 +78,10 @@ class PELMOR_PLATFORM_API XJson {
 
     // True for null, {} and [].
     bool IsEmpty() const noexcept;
-    bool IsObject() const noexcept { return value_.is_object(); }
-    bool IsArray() const noexcept { return value_.is_array(); }
-    bool IsString() const noexcept { return value_.is_string(); }
-    bool IsNull() const noexcept { return value_.is_null(); }
+    bool IsObject() const noexcept;
+    bool IsArray() const noexcept;
+    bool IsString() const noexcept;
+    bool IsNull() const noexcept;
     bool Contains(const std::string& key) const noexcept;
 
     // Compact UTF-8 JSON text, members in insertion order. An empty value renders as "{}" so that an
@@ -93,15 +93,12 @@ class PELMOR_PLATFORM_API XJson {
     // About the length of that text, found without rendering it, for sizing a buffer once.
     std::size_t ApproximateJsonLength() const noexcept;
 
-    const boost::json::value& Value() const noexcept { return value_; }
-
-    friend bool operator==(const XJson& a, const XJson& b) noexcept { return a.value_ == b.value_; }
-    friend bool operator!=(const XJson& a, const XJson& b) noexcept { return !(a == b); }
+    bool operator==(const XJson& other) const noexcept;
+    bool operator!=(const XJson& other) const noexcept { return !(*this == other); }
 
   private:
-    const boost::json::value* Member(const std::string& key) const noexcept;
-    boost::json::object* MakeObject() noexcept;
-    void Put(const std::string& key, boost::json::value&& value) noexcept;
+    // The platform's own sources reach the value through XJsonValue.h.
+    friend struct XJsonAccess;
 
-    boost::json::value value_;
+    alignas(8) unsigned char storage_[24];
 };

@@ -1,0 +1,127 @@
+// pelmor with handsets from captures, run as a user runs it: import the captures, check the device file,
+// send it to the emulator. Also what pelmor says when no handset can be reached.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "EmulatorControl.h"
+#include "TestData.h"
+
+namespace {
+
+struct Outcome {
+    int status = -1;
+    std::string out, err;
+};
+
+class DeviceCli : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        EmulatorControl::Reset();
+        char dir[] = "/tmp/pelmor-device-cli-XXXXXX";
+        ASSERT_NE(mkdtemp(dir), nullptr);
+        home_ = dir;
+    }
+    void TearDown() override { std::system(("rm -rf '" + home_ + "'").c_str()); }
+
+    // Runs pelmor through the shell with a deadline, its config under a fresh home and usbmuxd pointed
+    // at a socket nobody listens on, so that a usbmuxd on the test machine changes nothing.
+    // args are shell words; stdout goes to saveTo when given.
+    Outcome Pelmor(const std::string& args, const std::string& saveTo = "") {
+        const std::string out = saveTo.empty() ? home_ + "/out" : saveTo, err = home_ + "/err";
+        const std::string command = "XDG_CONFIG_HOME='" + home_ + "/config' XDG_CACHE_HOME='" + home_ +
+                                    "/cache' USBMUXD_SOCKET_ADDRESS=UNIX:'" + home_ +
+                                    "/no-usbmuxd' timeout 60 '" PELMOR_CLI_PATH "' " + args + " >'" + out +
+                                    "' 2>'" + err + "' </dev/null";
+        const int raw = std::system(command.c_str());
+        Outcome run;
+        run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+        run.out = Read(out);
+        run.err = Read(err);
+        return run;
+    }
+    static std::string Read(const std::string& path) {
+        std::ifstream in(path, std::ios::binary);
+        std::ostringstream all;
+        all << in.rdbuf();
+        return all.str();
+    }
+    static std::string Capture(const std::string& name) {
+        return "'" PELMOR_TEST_DATA_DIR "/captures/" + name + "'";
+    }
+
+    std::string home_;
+};
+
+TEST_F(DeviceCli, ImportedCapturesAreSentWholeAndVerified) {
+    const std::string phone = home_ + "/phone.json";
+    const Outcome import = Pelmor("device import " + Capture("complete-lockdownd.plist") + " " +
+                                      Capture("complete-battery.plist") +
+                                      " com.apple.disk_usage=" + Capture("complete-disk-usage.plist"),
+                                  phone);
+    ASSERT_EQ(import.status, 0) << import.err;
+    EXPECT_EQ(Pelmor("device check '" + phone + "'").status, 0);
+
+    const Outcome verify = Pelmor("--json verify '" + phone + "'");
+    ASSERT_EQ(verify.status, 0) << verify.err;
+    EXPECT_EQ(verify.err, "");
+    EXPECT_FALSE(XJson(verify.out)["result"]["items"].IsEmpty()) << verify.out;
+
+    // What went over the wire is the hand-computed description, with the capture as the device's file.
+    const XJson params = EmulatorControl::LastRequest()["document"]["params"];
+    XJson expected;
+    ASSERT_TRUE(expected.Parse(ReadTestData("captures/complete.expected.json")));
+    EXPECT_EQ(params["info"].ToJson(), expected.ToJson());
+    EXPECT_NE(params.ToString("file").find("<key>IORegistry:AppleSmartBattery</key>"), std::string::npos);
+    EXPECT_EQ(params.ToString("ecid"), "000E2D4C1B3A5968");
+}
+
+TEST_F(DeviceCli, ADeviceFileNamesItsCapturesAndFillsInWhatTheyLack) {
+    const Outcome verify = Pelmor("--json verify " + Capture("complete-with-screen.json"));
+    ASSERT_EQ(verify.status, 0) << verify.err;
+    const XJson info = EmulatorControl::LastRequest()["document"]["params"]["info"];
+    EXPECT_EQ(info.ToString("lcd"), "C3F94210ABCD1234");
+    EXPECT_EQ(info.ToString("srnm"), "F2LZK3XYN72J");
+    EXPECT_EQ(info.ToInt("batteryHealth"), 87);
+
+    const std::string broken = home_ + "/broken.json";
+    std::ofstream(broken) << R"({"capture": "missing.plist"})";
+    const Outcome missing = Pelmor("device check '" + broken + "'");
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_NE(missing.err.find("capture: " + home_ + "/missing.plist: cannot read"), std::string::npos)
+        << missing.err;
+}
+
+TEST_F(DeviceCli, AnIncompleteCaptureIsFlaggedBeforeItIsSent) {
+    const std::string phone = home_ + "/phone.json";
+    ASSERT_EQ(Pelmor("device import " + Capture("no-battery-lockdownd.plist"), phone).status, 0);
+    const Outcome check = Pelmor("device check '" + phone + "'");
+    EXPECT_EQ(check.status, 1);
+    EXPECT_NE(check.out.find("not complete enough for verification"), std::string::npos) << check.out;
+
+    // A capture named directly is a device too.
+    const Outcome verify = Pelmor("verify " + Capture("no-battery-lockdownd.plist"));
+    EXPECT_EQ(verify.status, 1);
+    EXPECT_NE(verify.err.find("warning: the service will not be able to verify"), std::string::npos)
+        << verify.err;
+    EXPECT_NE(verify.err.find("DEVICE_INFO_INCOMPLETE"), std::string::npos) << verify.err;
+}
+
+TEST_F(DeviceCli, NoHandsetReachableIsOneLine) {
+    const Outcome devices = Pelmor("devices");
+    EXPECT_EQ(devices.status, 0);
+    EXPECT_NE(devices.out.find("normal-complete"), std::string::npos);
+    EXPECT_EQ(devices.err.find('\n'), devices.err.size() - 1) << devices.err;
+    EXPECT_NE(devices.err.find("no handset connected"), std::string::npos) << devices.err;
+
+    const Outcome verify = Pelmor("verify usb");
+    EXPECT_EQ(verify.status, 2);
+    EXPECT_EQ(verify.err.find('\n'), verify.err.size() - 1) << verify.err;
+    EXPECT_NE(verify.err.find("no handset connected"), std::string::npos) << verify.err;
+    EXPECT_EQ(EmulatorControl::LastRequest().ToJson(), XJson().ToJson());
+}
+
+}  // namespace
