@@ -36,7 +36,9 @@ std::string_view CompactEnvelopeData(const char* text, std::size_t length) {
         envelope.substr(length - kEnd.size()) != kEnd)
         return std::string_view();
     const std::string_view data = envelope.substr(kStart.size(), length - kStart.size() - kEnd.size());
-    if (data.find_first_of("\\\"") != std::string_view::npos) return std::string_view();
+    // Two scans with memchr: find_first_of would test each byte against the set one call at a time.
+    if (std::memchr(data.data(), '"', data.size()) || std::memchr(data.data(), '\\', data.size()))
+        return std::string_view();
     return data;
 }
 
