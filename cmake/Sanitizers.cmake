@@ -14,3 +14,13 @@ function(pelmor_as_host target)
         target_compile_options(${target} PRIVATE -fno-sanitize=vptr)
     endif()
 endfunction()
+
+# PELMOR_SANITIZE_THREAD=ON builds with ThreadSanitizer instead (SANITIZE=thread scripts/test.sh).
+option(PELMOR_SANITIZE_THREAD "Build with ThreadSanitizer" OFF)
+if(PELMOR_SANITIZE_THREAD)
+    if(PELMOR_SANITIZE)
+        message(FATAL_ERROR "ThreadSanitizer and AddressSanitizer do not go together: pick one")
+    endif()
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=thread)
+endif()

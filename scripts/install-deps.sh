@@ -6,9 +6,10 @@ set -euo pipefail
 packages=(
     build-essential cmake ninja-build pkg-config
     qtbase5-dev libcurl4-openssl-dev libssl-dev openssl libboost-json1.81-dev
-    nlohmann-json3-dev libcpp-httplib-dev libqrencode-dev
+    nlohmann-json3-dev libcpp-httplib-dev libqrencode-dev libqt5svg5-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     libimobiledevice-dev libplist-dev libusbmuxd-dev libirecovery-1.0-dev
+    clang-14 libclang-rt-14-dev jq
 )
 
 missing=()

@@ -76,7 +76,7 @@ TEST_F(DeviceCli, ImportedCapturesAreSentWholeAndVerified) {
     const Outcome verify = Pelmor("--json verify '" + phone + "'");
     ASSERT_EQ(verify.status, 0) << verify.err;
     EXPECT_EQ(verify.err, "");
-    EXPECT_FALSE(XJson(verify.out)["items"].IsEmpty()) << verify.out;
+    EXPECT_FALSE(XJson(verify.out)["result"]["items"].IsEmpty()) << verify.out;
 
     // What went over the wire is the hand-computed description, with the capture as the device's file.
     const XJson params = EmulatorControl::LastRequest()["document"]["params"];

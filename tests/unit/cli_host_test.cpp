@@ -8,10 +8,15 @@
 #include <fstream>
 #include <sstream>
 
+#include <climits>
+
 #include "Command.h"
+#include "HttpClient.h"
+#include "LoopbackServer.h"
 #include "Output.h"
 #include "State.h"
 #include "Terminal.h"
+#include "commands/Flows.h"
 
 using namespace pelmor;
 
@@ -136,6 +141,89 @@ TEST(CliImages, ImagesSentAsTextAreSavedAsWhatTheyAre) {
         EXPECT_EQ(path.substr(path.size() - c.extension.size()), c.extension) << c.text;
         EXPECT_EQ(Read(path), c.content);
     }
+}
+
+TEST(CliArgs, NumbersAreWholeAndWithinTheirRange) {
+    long long value = 7;
+    EXPECT_TRUE(ReadInteger("-12", -100, 100, value));
+    EXPECT_EQ(value, -12);
+    for (const char* bad : {"", "-", "abc", "12x", " 1", "1.5", "101", "-101", "99999999999999999999"})
+        EXPECT_FALSE(ReadInteger(bad, -100, 100, value)) << bad;
+    EXPECT_EQ(value, -12) << "a refused text leaves the value alone";
+    EXPECT_TRUE(ReadInteger("9223372036854775807", 0, LLONG_MAX, value));
+    EXPECT_FALSE(ReadInteger("9223372036854775808", 0, LLONG_MAX, value));
+}
+
+TEST(CliOutput, KeysReadAsWordsAndValuesKeepTheirKind) {
+    EXPECT_EQ(Label("serialNumber"), "serial number");
+    EXPECT_EQ(Label("qrPayload"), "qr payload");
+    EXPECT_EQ(Label("emulatorShowsCodeAt"), "emulator shows code at");
+
+    EXPECT_EQ(IsoTime(1795456552000), Json("2026-11-23T17:55:52Z"));
+    EXPECT_EQ(IsoTime(1795456552042), Json("2026-11-23T17:55:52.042Z"));
+    EXPECT_TRUE(IsoTime(0).is_null()) << "0 is the service's 'never'";
+    EXPECT_EQ(ServiceTime("2026-11-01 12:00:05"), Json("2026-11-01T12:00:05"));
+    EXPECT_EQ(ServiceTime("2026-11-01"), Json("2026-11-01"));
+    EXPECT_EQ(ServiceTime("tomorrow"), Json("tomorrow")) << "what is not a time is kept as sent";
+    EXPECT_TRUE(ServiceTime("").is_null());
+
+    EXPECT_EQ(NumberFromText("80"), Json(80));
+    EXPECT_EQ(NumberFromText("-9.5"), Json(-9.5));
+    EXPECT_TRUE(NumberFromText("99999999999999999999").is_double());
+    for (const char* text : {"", " 8", "8 points", "nan", "1e999"})
+        EXPECT_TRUE(NumberFromText(text).is_null()) << text;
+
+    // Tables hide the raw twin of a time and show the ISO form under the plain label.
+    JsonObject timed{{"title", "t"}};
+    PutTime(timed, "expires", 1795456552000);
+    testing::internal::CaptureStdout();
+    PrintResult(timed, false);
+    const std::string table = testing::internal::GetCapturedStdout();
+    EXPECT_NE(table.find("expires  2026-11-23T17:55:52Z"), std::string::npos) << table;
+    EXPECT_EQ(table.find("1795456552000"), std::string::npos) << table;
+    testing::internal::CaptureStdout();
+    PrintResult(JsonObject{{"price", 9.9}, {"third", 1.0 / 3}}, true);
+    const std::string text = testing::internal::GetCapturedStdout();
+    EXPECT_NE(text.find("\"price\": 9.9,"), std::string::npos) << text;
+    EXPECT_EQ(boost::json::parse(text).at("third").as_double(), 1.0 / 3)
+        << "printed digits read back exactly";
+}
+
+TEST(CliCoverage, ThePageIsReadByFieldName) {
+    const JsonObject ok = CoveragePage(
+        "<html><body><div id=\"coverage-result\" data-result=\"ok\" data-serial=\"F2LZK3XYN72J\">\n"
+        "<h2>iPhone</h2><ul>\n<li data-item=\"purchase\">Valid purchase date</li>\n"
+        "<li data-item=\"repair\" data-active=\"true\" data-expires=\"2027-05-09\">Repairs: <b>active</b>, "
+        "expires 2027-05-09</li>\n<li data-item=\"support\" data-active=\"false\">Support: expired</li>\n"
+        "</ul></div></body></html>");
+    EXPECT_EQ(ok.at("result"), Json("ok"));
+    EXPECT_EQ(ok.at("serial"), Json("F2LZK3XYN72J"));
+    EXPECT_EQ(ok.at("product"), Json("iPhone"));
+    const Json& repair = ok.at("coverage").at("repair");
+    EXPECT_EQ(repair.at("active"), Json(true));
+    EXPECT_EQ(repair.at("expires"), Json("2027-05-09"));
+    EXPECT_EQ(repair.at("text"), Json("Repairs: active , expires 2027-05-09"));
+    EXPECT_EQ(ok.at("coverage").at("support").at("active"), Json(false));
+
+    const JsonObject wrong = CoveragePage(
+        "<div id=\"coverage-result\" data-result=\"captcha\">\n<p class=\"error\">验证码不正确</p>\n</div>");
+    EXPECT_EQ(wrong.at("result"), Json("captcha"));
+    EXPECT_EQ(wrong.at("message"), Json("验证码不正确"));
+
+    const JsonObject other = CoveragePage("<p>Service unavailable</p>");
+    EXPECT_TRUE(other.at("result").is_null());
+    EXPECT_EQ(other.at("text"), Json("Service unavailable"));
+}
+
+TEST(CliConnection, RefusedOnlyWhenNothingListens) {
+    auto server = LoopbackServer::Http([](httplib::Server& http) {
+        http.Get("/_emulator/health",
+                 [](const httplib::Request&, httplib::Response& res) { res.status = 502; });
+    });
+    const std::string address = server->Address();
+    EXPECT_FALSE(ConnectionRefused(address)) << "a server that answers badly runs";
+    server.reset();
+    EXPECT_TRUE(ConnectionRefused(address));
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "Command.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 #include <iostream>
 #include <sstream>
 
@@ -75,48 +77,123 @@ bool Args::Parse(const std::vector<std::string>& words, const std::string& allow
     return true;
 }
 
+namespace {
+
+// The command words name, or null; enterprise commands are named after "ent".
+const Command* Find(const std::string& name, ENUM_PELMOR_SOCKET_EDITION edition) {
+    for (const Command& command : AllCommands())
+        if (command.edition == edition && name == command.name) return &command;
+    return nullptr;
+}
+
+bool IsEnterpriseWord(const std::string& word) {
+    return word == "ent" || word == "enterprise";
+}
+
+void PrintGlobalOptions() {
+    std::cout << "Global options:\n"
+                 "  --json          print one JSON document instead of tables (docs/pelmor-json.md)\n"
+                 "  --library PATH  the libPelmorSocket to load (also $PELMOR_LIBRARY)\n"
+                 "  -h, --help      help; after a command, that command's help\n"
+                 "  --version       the versions of pelmor and of the library it loads\n";
+}
+
+void PrintExitStatuses() {
+    std::cout << "Exit status: 0 success, 1 the operation failed (code, error name and message on stderr),\n"
+                 "2 bad input, 3 the operation is not offered by the library's edition.\n";
+}
+
+}  // namespace
+
+bool PrintCommandHelp(const std::vector<std::string>& words) {
+    if (words.empty()) return false;
+    const bool enterprise = IsEnterpriseWord(words[0]);
+    if (enterprise && words.size() < 2) {
+        std::cout << "Usage: pelmor ent COMMAND [ARGS]\n\n" << kGroupEnterprise << ":\n";
+        for (const Command& command : AllCommands())
+            if (command.edition == PELMOR_SOCKET_EDITION_ENTERPRISE)
+                std::cout << "  " << Synopsis(command).substr(7) << "\n      " << command.summary << '\n';
+        return true;
+    }
+    const Command* command =
+        Find(enterprise ? words[1] : words[0],
+             enterprise ? PELMOR_SOCKET_EDITION_ENTERPRISE : PELMOR_SOCKET_EDITION_STANDARD);
+    if (!command) return false;
+    std::cout << "Usage: " << Synopsis(*command) << "\n\n" << command->summary << "\n";
+    const std::string usage = command->usage;
+    if (usage.find("DEVICE") != std::string::npos)
+        std::cout
+            << "\nDEVICE is a device file (JSON) or the name of a sample device (see `pelmor devices`).\n";
+    std::cout << '\n';
+    PrintGlobalOptions();
+    std::cout << '\n';
+    PrintExitStatuses();
+    return true;
+}
+
 int Dispatch(Session& session, const std::vector<std::string>& words) {
     if (words.empty()) {
+        if (session.options().json) return session.Fail("", "no command given (see pelmor --help)");
         PrintHelp();
         return kBadInput;
     }
-    const bool enterprise = words[0] == "ent" || words[0] == "enterprise";
+    const bool enterprise = IsEnterpriseWord(words[0]);
+    session.SetCommand(enterprise ? "ent" : words[0]);
     if (enterprise && words.size() < 2)
-        return session.Fail("ent", "which enterprise command? (see pelmor --help)");
+        return session.Fail("ent", "which enterprise command? (see pelmor ent --help)");
     const std::string name = enterprise ? words[1] : words[0];
     const auto edition = enterprise ? PELMOR_SOCKET_EDITION_ENTERPRISE : PELMOR_SOCKET_EDITION_STANDARD;
     const std::string typed = (enterprise ? "ent " : "") + name;
-    for (const Command& command : AllCommands()) {
-        if (command.edition != edition || name != command.name) continue;
-        Args args;
-        std::string error;
-        const std::vector<std::string> rest(words.begin() + (enterprise ? 2 : 1), words.end());
-        if (!args.Parse(rest, command.options, error) || args.Count() < command.minArgs ||
-            args.Count() > command.maxArgs) {
-            if (error.empty())
-                error = args.Count() < command.minArgs ? "missing arguments" : "too many arguments";
-            return session.Fail(typed, error + "; usage: " + Synopsis(command));
-        }
-        if (!session.Ready(error)) return session.Fail("", error, kFailed);
-        session.SetEdition(edition);
-        return command.run(session, args);
+    session.SetCommand(typed);
+    const Command* command = Find(name, edition);
+    if (!command) return session.Fail("", "unknown command '" + typed + "' (see pelmor --help)");
+    Args args;
+    std::string error;
+    const std::vector<std::string> rest(words.begin() + (enterprise ? 2 : 1), words.end());
+    if (!args.Parse(rest, command->options, error) || args.Count() < command->minArgs ||
+        args.Count() > command->maxArgs) {
+        if (error.empty())
+            error = args.Count() < command->minArgs ? "missing arguments" : "too many arguments";
+        return session.Fail(typed, error + "; usage: " + Synopsis(*command));
     }
-    return session.Fail("", "unknown command '" + typed + "' (see pelmor --help)");
+    if (!session.Ready(error)) return session.Fail("", error, kFailed);
+    session.SetEdition(edition);
+    return command->run(session, args);
+}
+
+bool ReadInteger(const std::string& text, long long min, long long max, long long& value) {
+    if (text.empty() || text.size() > 19) return false;
+    std::size_t i = text[0] == '-' ? 1 : 0;
+    if (i == text.size()) return false;
+    for (std::size_t j = i; j < text.size(); ++j)
+        if (text[j] < '0' || text[j] > '9') return false;
+    errno = 0;
+    const long long read = std::strtoll(text.c_str(), nullptr, 10);
+    if (errno == ERANGE || read < min || read > max) return false;
+    value = read;
+    return true;
+}
+
+int IntegerOption(Session& session, const Args& args, const std::string& option, long long fallback,
+                  long long min, long long max, long long& value) {
+    value = fallback;
+    if (!args.Has(option)) return kOk;
+    if (ReadInteger(args.Get(option), min, max, value)) return kOk;
+    return session.Fail(session.Command(), option + " takes a whole number from " + std::to_string(min) +
+                                               " to " + std::to_string(max) + ", not '" + args.Get(option) +
+                                               "'");
 }
 
 void PrintHelp() {
-    std::cout
-        << "Usage: pelmor [--json] [--library PATH] COMMAND [ARGS]\n"
-           "\n"
-           "Drives libPelmorSocket from the command line, loading it at run time as a desktop host\n"
-           "does. DEVICE is a device file (JSON), the name of a sample device (see `pelmor devices`),\n"
-           "usb (the one handset on USB), usb:<UDID>, or a capture (.plist) of a handset.\n"
-           "The session token is kept in $XDG_CONFIG_HOME/pelmor/state.json between runs.\n"
-           "\n"
-           "Global options:\n"
-           "  --json          print results as JSON instead of tables\n"
-           "  --library PATH  the libPelmorSocket to load (also $PELMOR_LIBRARY)\n"
-           "  -h, --help      this text\n";
+    std::cout << "Usage: pelmor [--json] [--library PATH] COMMAND [ARGS]\n"
+                 "       pelmor COMMAND --help\n"
+                 "\n"
+                 "Drives libPelmorSocket from the command line, loading it at run time as a desktop host\n"
+                 "does. DEVICE is a device file (JSON), the name of a sample device (see `pelmor devices`),\n"
+                 "usb (the one handset on USB), usb:<UDID>, or a capture (.plist) of a handset.\n"
+                 "The session token is kept in $XDG_CONFIG_HOME/pelmor/state.json between runs.\n"
+                 "\n";
+    PrintGlobalOptions();
     const char* groups[] = {kGroupConfig,   kGroupLogin,        kGroupUser,
                             kGroupDevices,  kGroupProfessional, kGroupFeedback,
                             kGroupCoverage, kGroupEnterprise,   kGroupDemo};
@@ -126,9 +203,8 @@ void PrintHelp() {
             if (std::string(group) == command.group)
                 std::cout << "  " << Synopsis(command).substr(7) << "\n      " << command.summary << '\n';
     }
-    std::cout
-        << "\nExit status: 0 success, 1 the operation failed (code, error name and message on stderr),\n"
-           "2 bad input, 3 the operation is not offered by the library's edition.\n";
+    std::cout << '\n';
+    PrintExitStatuses();
 }
 
 }  // namespace pelmor

@@ -68,5 +68,14 @@ std::vector<Command> DemoCommands();
 // Finds the command that words name and runs it. words[0] is the command name ("ent" takes the next).
 int Dispatch(Session& session, const std::vector<std::string>& words);
 void PrintHelp();
+// The help of the command words name (or of the enterprise group for "ent"); false when none is named.
+bool PrintCommandHelp(const std::vector<std::string>& words);
+
+// A whole decimal number within [min, max]; false (value untouched) for anything else.
+bool ReadInteger(const std::string& text, long long min, long long max, long long& value);
+// Reads option as such a number, fallback when it is absent. A bad value is refused as bad input: returns
+// the exit status to end the command with, kOk when value is good.
+int IntegerOption(Session& session, const Args& args, const std::string& option, long long fallback,
+                  long long min, long long max, long long& value);
 
 }  // namespace pelmor

@@ -34,10 +34,6 @@ const char kHandset[] = "replaced-screen-battery";
 const char kEnterpriseAccount[] = "demo";
 const char kEnterprisePassword[] = "demo1234";
 
-bool Answers(const std::string& host) {
-    return HttpRequest(host, "GET", kHealth, "", 1000).status == 200;
-}
-
 Json Control(const std::string& host, const std::string& method, const std::string& target,
              const std::string& body = "") {
     const HttpAnswer answer = HttpRequest(host, method, target, body);
@@ -81,7 +77,7 @@ class StartedEmulator {
   public:
     ~StartedEmulator() { Stop(); }
 
-    bool Start(const std::string& host, std::string& error) {
+    bool Start(const std::string& host, std::ostream& prose, std::string& error) {
         const std::string program = FindEmulator();
         if (program.empty()) {
             error = "nothing answers on " + host +
@@ -96,7 +92,10 @@ class StartedEmulator {
         posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
                                          0600);
         posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
-        const char* argv[] = {program.c_str(), "--port", port.c_str(), nullptr};
+        // The coverage site where the library will look for it, should that be moved too.
+        const std::string coverage = CoverageHost().substr(CoverageHost().rfind(':') + 1);
+        const char* argv[] = {program.c_str(),   "--port",         port.c_str(),
+                              "--coverage-port", coverage.c_str(), nullptr};
         const int failed =
             posix_spawn(&pid_, program.c_str(), &actions, nullptr, const_cast<char* const*>(argv), environ);
         posix_spawn_file_actions_destroy(&actions);
@@ -110,8 +109,8 @@ class StartedEmulator {
         signal(SIGTERM, StopStartedAndExit);
         log_ = log;
         for (int i = 0; i < 100; ++i) {
-            if (Answers(host)) {
-                std::cout << "Started " << program << " on port " << port << " (log " << log << ").\n";
+            if (EmulatorAnswers(host)) {
+                prose << "Started " << program << " on port " << port << " (log " << log << ").\n";
                 return true;
             }
             int status = 0;
@@ -156,19 +155,30 @@ class StartedEmulator {
     std::string log_;
 };
 
+// The demo's steps. In a table run each step prints as it goes; with --json the documents of its
+// commands are gathered into the demo's one document.
 class Walk {
   public:
-    explicit Walk(Session& s) : s_(s) {}
+    Walk(Session& s, std::ostream& prose) : s_(s), prose_(prose) {
+        if (s.options().json) s.Capture([this](Json document) { Record(std::move(document)); });
+    }
+    ~Walk() { s_.Capture(nullptr); }
 
     void Step(const std::string& title) {
-        std::cout << "\n== " << ++steps_ << ". " << title << " ==" << std::endl;
+        prose_ << "\n== " << ++steps_ << ". " << title << " ==" << std::endl;
+        done_.push_back(JsonObject{{"step", steps_}, {"title", title}, {"commands", JsonArray()}});
     }
-    // Runs one command as a user would type it, showing the line first.
+    // Shows the line a user would type before the command runs.
+    void Line(const std::string& line) {
+        line_ = line;
+        prose_ << "$ " << line << std::endl;
+    }
+    // Runs one command as a user would type it.
     bool Run(const std::vector<std::string>& words) {
-        std::string line = "$ pelmor";
+        std::string line = "pelmor";
         for (const auto& word : words)
             line += " " + (word.find(' ') == std::string::npos ? word : "'" + word + "'");
-        std::cout << line << std::endl;
+        Line(line);
         return Check(Dispatch(s_, words) == kOk);
     }
     bool Check(bool ok) {
@@ -176,37 +186,62 @@ class Walk {
         std::cout.flush();
         return ok;
     }
-    int Finish() {
-        std::cout << "\n";
+    int Finish(JsonObject result) {
+        s_.Capture(nullptr);
+        s_.SetCommand("demo");
+        JsonArray failed;
+        for (int step : failed_)
+            failed.push_back(step);
+        result["steps"] = std::move(done_);
+        result["failedSteps"] = std::move(failed);
+        prose_ << "\n";
         if (failed_.empty()) {
-            std::cout << "Demo complete: all " << steps_ << " steps worked." << std::endl;
+            prose_ << "Demo complete: all " << steps_ << " steps worked." << std::endl;
+            if (s_.options().json) s_.Show(result);
             return kOk;
         }
         std::string list;
         for (int step : failed_)
             list += (list.empty() ? "" : ", ") + std::to_string(step);
-        std::cout << "Demo finished; steps with failures: " << list << " (of " << steps_ << ")." << std::endl;
-        return kFailed;
+        const std::string message = "steps with failures: " + list + " (of " + std::to_string(steps_) + ")";
+        prose_ << "Demo finished; " << message << "." << std::endl;
+        if (!s_.options().json) return kFailed;
+        return s_.FailWith(
+            "demo", kFailed,
+            JsonObject{{"kind", "failed"}, {"code", nullptr}, {"name", ""}, {"message", message}},
+            std::move(result));
     }
 
   private:
+    void Record(Json document) {
+        if (done_.empty()) return;
+        done_.back().as_object()["commands"].as_array().push_back(
+            JsonObject{{"line", line_}, {"document", std::move(document)}});
+    }
+
     Session& s_;
+    std::ostream& prose_;
     int steps_ = 0;
+    std::string line_;
+    JsonArray done_;
     std::vector<int> failed_;
 };
 
 int Demo(Session& s, const Args&) {
-    const std::string host = PELMOR_SERVICE_HOST;
+    const std::string host = ServiceHost();
+    // With --json, stdout carries the one document; what a watching person reads goes to stderr.
+    std::ostream& prose = s.options().json ? std::cerr : std::cout;
     StartedEmulator emulator;
-    if (!Answers(host)) {
+    if (!EmulatorAnswers(host)) {
         std::string error;
-        if (!emulator.Start(host, error)) return s.Fail("demo", error, kFailed);
+        if (!emulator.Start(host, prose, error)) return s.Fail("demo", error, kFailed);
     } else {
-        std::cout << "Using the service that answers on " << host << ".\n";
+        prose << "Using the pelmor-emulator that answers on " << host << ".\n";
     }
+    JsonObject result{{"service", host}, {"emulatorStarted", emulator.Running()}};
     // The demo logs in as a demo user; the user's own saved session stays as it is.
     s.ForgetStateFile();
-    Walk walk(s);
+    Walk walk(s, prose);
 
     walk.Step("Configuration");
     walk.Run({"config"});
@@ -214,7 +249,7 @@ int Demo(Session& s, const Args&) {
     walk.Step("Log-in by SMS code");
     if (walk.Run({"sms-code", kMobile})) {
         const std::string code = Member(Control(host, "GET", std::string(kSmsCode) + kMobile), "code");
-        std::cout << "(the emulator texted the code " << (code.empty() ? "?" : code) << ")\n";
+        prose << "(the emulator texted the code " << (code.empty() ? "?" : code) << ")\n";
         walk.Run({"login", kMobile, code.empty() ? "000000" : code});
     }
 
@@ -231,7 +266,8 @@ int Demo(Session& s, const Args&) {
 
     walk.Step("Payment by QR code (paid through the emulator) and the professional report");
     if (auto device = s.Device("demo", kHandset)) {
-        std::cout << "$ pelmor pay " << kHandset << std::endl;
+        walk.Line(std::string("pelmor pay ") + kHandset);
+        s.SetCommand("pay");
         std::thread payer;
         const int paid = PayAndWait(s, *device, true, true, 60, [&](const std::string& order) {
             // Someone pays on a phone a moment later.
@@ -246,11 +282,12 @@ int Demo(Session& s, const Args&) {
 
     walk.Step("Warranty look-up on the coverage site, through its captcha");
     if (auto device = s.Device("demo", kHandset)) {
-        std::cout << "$ pelmor coverage " << kHandset << std::endl;
-        walk.Check(CoverageLookup(s, *device, [&](const std::string& path, std::string& answer) {
+        walk.Line(std::string("pelmor coverage ") + kHandset);
+        s.SetCommand("coverage");
+        walk.Check(CoverageLookup(s, *device, 1, [&](const std::string& path, std::string& answer) {
                        answer = Member(Control(host, "GET", kCaptcha), "answer");
-                       std::cout << "captcha saved to " << path << "; the emulator says its answer is "
-                                 << (answer.empty() ? "?" : answer) << std::endl;
+                       prose << "captcha saved to " << path << "; the emulator says its answer is "
+                             << (answer.empty() ? "?" : answer) << std::endl;
                        return !answer.empty();
                    }) == kOk);
     }
@@ -263,9 +300,9 @@ int Demo(Session& s, const Args&) {
         walk.Run({"ent", "bill"});
     }
 
-    if (emulator.Running()) std::cout << "\nStopping the pelmor-emulator the demo started." << std::endl;
+    if (emulator.Running()) prose << "\nStopping the pelmor-emulator the demo started." << std::endl;
     emulator.Stop();
-    return walk.Finish();
+    return walk.Finish(std::move(result));
 }
 
 }  // namespace

@@ -1,101 +1,58 @@
 #include "HttpClient.h"
 
-#include <fcntl.h>
-#include <netdb.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <httplib.h>
 
-#include <cerrno>
-#include <chrono>
+#include <cstdlib>
 
 namespace pelmor {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-int Remaining(Clock::time_point deadline) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    return left > 0 ? static_cast<int>(left) : 0;
-}
-
-bool WaitFor(int fd, short events, Clock::time_point deadline) {
-    pollfd entry{fd, events, 0};
-    for (;;) {
-        const int ready = poll(&entry, 1, Remaining(deadline));
-        if (ready > 0) return true;
-        if (ready == 0 || errno != EINTR) return false;
-    }
-}
-
-int Connect(const std::string& hostPort, Clock::time_point deadline) {
-    const auto colon = hostPort.rfind(':');
-    const std::string host = colon == std::string::npos ? hostPort : hostPort.substr(0, colon);
-    const std::string port = colon == std::string::npos ? "80" : hostPort.substr(colon + 1);
-    addrinfo hints{};
-    hints.ai_family = AF_UNSPEC;
-    hints.ai_socktype = SOCK_STREAM;
-    addrinfo* found = nullptr;
-    if (getaddrinfo(host.c_str(), port.c_str(), &hints, &found) != 0) return -1;
-    int fd = -1;
-    for (addrinfo* ai = found; ai && fd < 0; ai = ai->ai_next) {
-        fd = socket(ai->ai_family, ai->ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK, ai->ai_protocol);
-        if (fd < 0) continue;
-        if (connect(fd, ai->ai_addr, ai->ai_addrlen) == 0) break;
-        int error = errno;
-        socklen_t length = sizeof error;
-        if (error != EINPROGRESS || !WaitFor(fd, POLLOUT, deadline) ||
-            getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &length) != 0 || error != 0) {
-            close(fd);
-            fd = -1;
-        }
-    }
-    freeaddrinfo(found);
-    return fd;
+httplib::Client Client(const std::string& hostPort, int timeoutMs) {
+    httplib::Client client("http://" + hostPort);
+    const time_t seconds = timeoutMs / 1000;
+    const time_t micros = (timeoutMs % 1000) * 1000;
+    client.set_connection_timeout(seconds, micros);
+    client.set_read_timeout(seconds, micros);
+    client.set_write_timeout(seconds, micros);
+    return client;
 }
 
 }  // namespace
 
 HttpAnswer HttpRequest(const std::string& hostPort, const std::string& method, const std::string& target,
                        const std::string& body, int timeoutMs) {
-    const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    httplib::Client client = Client(hostPort, timeoutMs);
+    httplib::Result result =
+        method == "POST" ? client.Post(target, body, "application/json") : client.Get(target);
     HttpAnswer answer;
-    const int fd = Connect(hostPort, deadline);
-    if (fd < 0) return answer;
-
-    const std::string request =
-        method + " " + target + " HTTP/1.0\r\nHost: " + hostPort +
-        "\r\nContent-Type: application/json\r\nContent-Length: " + std::to_string(body.size()) +
-        "\r\nConnection: close\r\n\r\n" + body;
-    std::size_t sent = 0;
-    while (sent < request.size()) {
-        if (!WaitFor(fd, POLLOUT, deadline)) break;
-        const ssize_t n = send(fd, request.data() + sent, request.size() - sent, MSG_NOSIGNAL);
-        if (n <= 0 && errno != EAGAIN && errno != EINTR) break;
-        if (n > 0) sent += static_cast<std::size_t>(n);
+    if (result) {
+        answer.status = result->status;
+        answer.body = result->body;
     }
-    std::string response;
-    char buffer[8192];
-    while (sent == request.size() && WaitFor(fd, POLLIN, deadline)) {
-        const ssize_t n = recv(fd, buffer, sizeof buffer, 0);
-        if (n == 0) break;
-        if (n < 0) {
-            if (errno == EAGAIN || errno == EINTR) continue;
-            break;
-        }
-        response.append(buffer, static_cast<std::size_t>(n));
-    }
-    close(fd);
-
-    // "HTTP/1.1 200 OK\r\n...\r\n\r\nbody"
-    const auto space = response.find(' ');
-    const auto head = response.find("\r\n\r\n");
-    if (response.compare(0, 5, "HTTP/") != 0 || space == std::string::npos || head == std::string::npos)
-        return answer;
-    answer.status = std::atoi(response.c_str() + space + 1);
-    answer.body = response.substr(head + 4);
     return answer;
+}
+
+std::string ServiceHost() {
+    const char* host = std::getenv("PELMOR_SERVICE_HOST");
+    return host && *host ? host : PELMOR_SERVICE_HOST;
+}
+
+std::string CoverageHost() {
+    const char* host = std::getenv("PELMOR_COVERAGE_HOST");
+    return host && *host ? host : PELMOR_COVERAGE_HOST;
+}
+
+bool ConnectionRefused(const std::string& hostPort) {
+    // The health probe's answer does not matter: any answer, even a refusal, proves a listener.
+    httplib::Client client = Client(hostPort, 2000);
+    const httplib::Result result = client.Get("/_emulator/health");
+    return !result && result.error() == httplib::Error::Connection;
+}
+
+bool EmulatorAnswers(const std::string& hostPort, int timeoutMs) {
+    const HttpAnswer answer = HttpRequest(hostPort, "GET", "/_emulator/health", "", timeoutMs);
+    return answer.status == 200 && answer.body.rfind("ok", 0) == 0;
 }
 
 }  // namespace pelmor

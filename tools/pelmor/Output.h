@@ -22,9 +22,29 @@ std::string Utf8(const QString& text);
 std::string Utf8(const char* text);
 XString Wide(const std::string& utf8);
 
-// Shows one result on stdout: a table (objects as "name  value" lines, arrays of objects as columns)
-// or indented JSON.
+// Shows one value on stdout: a table (objects as "name  value" lines, arrays of objects as columns)
+// or indented JSON. Tables label members by their camelCase keys split into words and leave out the
+// raw "...EpochMs" twins of times, which they show in ISO form already.
 void PrintResult(const Json& value, bool json);
+
+// A double as people write it and JSON reads it back exactly ("9.9", not "9.9E0").
+std::string NumberText(double number);
+
+// "serialNumber" -> "serial number": the table label of a JSON key.
+std::string Label(const std::string& key);
+
+// A time in milliseconds since the epoch as ISO 8601 UTC ("2026-11-23T17:55:52Z", with .mmm when the
+// milliseconds are not zero); null for 0 or less, which the service sends for "never".
+Json IsoTime(long long epochMs);
+// Sets key to the ISO form of epochMs and key + "EpochMs" to the raw number, for scripts that compute.
+void PutTime(JsonObject& object, const std::string& key, long long epochMs);
+// A service time text "YYYY-MM-DD hh:mm:ss" in ISO form ("YYYY-MM-DDThh:mm:ss", no zone: the service
+// names none); a date alone stays as it is; "" gives null; anything else is kept as sent.
+Json ServiceTime(const std::string& text);
+// True for a day written YYYY-MM-DD.
+bool IsDay(const std::string& text);
+// A number the service sent as text, as a JSON number; null when the text is not wholly a number.
+Json NumberFromText(const std::string& text);
 
 // Terminal columns a UTF-8 text takes (wide East Asian characters count two).
 std::size_t DisplayWidth(const std::string& text);

@@ -2,6 +2,9 @@
 
 #include <unistd.h>
 
+#include <pelmor/HalvexReply.h>
+
+#include <boost/json/parse.hpp>
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
@@ -9,10 +12,16 @@
 
 #include "DeviceFile.h"
 #include "Devices.h"
+#include "HttpClient.h"
 
 namespace pelmor {
 
 namespace {
+
+// "pelmor: <what>: <text>", one line.
+void TellStderr(const std::string& what, const std::string& text) {
+    std::cerr << "pelmor: " << (what.empty() ? "" : what + ": ") << OneLine(text) << std::endl;
+}
 
 const char* EditionName(ENUM_PELMOR_SOCKET_EDITION edition) {
     return edition == PELMOR_SOCKET_EDITION_ENTERPRISE ? "enterprise" : "standard";
@@ -91,6 +100,10 @@ Session::Answer Session::Ask(const std::function<ISocketReply*()>& call) {
     answer.code = reply->Code();
     answer.error = Utf8(reply->Error());
     answer.message = OneLine(Utf8(reply->Message()));
+    // Every reply the library hands out is its reply envelope, whose members are all virtual.
+    boost::system::error_code ec;
+    answer.data = boost::json::parse(static_cast<HalvexReply*>(reply)->Data().ToJson(), ec);
+    if (ec) answer.data = nullptr;
     reply->Release();
     return answer;
 }
@@ -104,21 +117,27 @@ int Session::Report(const std::string& what, const Answer& answer) {
                     kNotOffered);
     }
     if (answer.success) return kOk;
-    std::cerr << "pelmor: " << what << ": " << answer.code << ' '
-              << (answer.error.empty() ? "-" : answer.error) << ' ' << answer.message;
-    if (answer.code == 3 || answer.code == 5) std::cerr << " (is the service or pelmor-emulator running?)";
-    std::cerr << std::endl;
-    if (options_.json)
-        Show(JsonObject{{"ok", false},
-                        {"operation", what},
-                        {"code", answer.code},
-                        {"error", answer.error},
-                        {"message", answer.message}});
-    return kFailed;
+    JsonObject error{
+        {"kind", answer.code >= HALVEX_REPLY_INVALID_ARG && answer.code <= HALVEX_REPLY_HTTP_ERROR
+                     ? "library"
+                     : "service"},
+        {"code", answer.code},
+        {"name", answer.error},
+        {"message", answer.message}};
+    // Only a refused connection means nothing serves there; a server that answered badly is running.
+    const bool unanswered =
+        answer.code == HALVEX_REPLY_CONNECT_ERROR || answer.code == HALVEX_REPLY_HTTP_ERROR;
+    if (unanswered && ConnectionRefused(ServiceHost()))
+        error["hint"] =
+            "nothing answers on " + ServiceHost() + ": is the service or pelmor-emulator running?";
+    return Failure(what, kFailed, std::move(error));
 }
 
-int Session::Call(const std::string& what, const std::function<ISocketReply*()>& call) {
-    return Report(what, Ask(call));
+int Session::Call(const std::string& what, const std::function<ISocketReply*()>& call, Answer* answer) {
+    Answer asked = Ask(call);
+    const int status = Report(what, asked);
+    if (answer) *answer = std::move(asked);
+    return status;
 }
 
 int Session::Exchange(const std::string& what, const std::function<ISocketReply*(JsonObject& result)>& call) {
@@ -126,14 +145,61 @@ int Session::Exchange(const std::string& what, const std::function<ISocketReply*
     const int status = Call(what, [&] { return call(result); });
     if (status != kOk) return status;
     // Message() of a successful reply is a fixed fallback text, not the service's word: show no text.
-    if (result.empty()) result["ok"] = true;
     Show(result);
     return kOk;
 }
 
-int Session::Fail(const std::string& what, const std::string& message, int status) {
+void Session::Emit(Json document) {
+    if (capture_) {
+        capture_(std::move(document));
+    } else {
+        PrintResult(document, true);
+    }
+}
+
+void Session::Show(const Json& result) {
     EndProgress();
-    std::cerr << "pelmor: " << (what.empty() ? "" : what + ": ") << OneLine(message) << std::endl;
+    if (!options_.json) {
+        if (result.is_object() && result.get_object().empty())
+            std::cout << "ok" << std::endl;
+        else
+            PrintResult(result, false);
+        return;
+    }
+    Emit(JsonObject{{"ok", true}, {"command", command_}, {"result", result}});
+}
+
+void Session::Warn(const std::string& what, const std::string& message) {
+    EndProgress();
+    TellStderr(what, message);
+}
+
+int Session::Fail(const std::string& what, const std::string& message, int status) {
+    const char* kind = status == kBadInput ? "usage" : status == kNotOffered ? "notOffered" : "failed";
+    return Failure(
+        what, status,
+        JsonObject{{"kind", kind}, {"code", nullptr}, {"name", ""}, {"message", OneLine(message)}});
+}
+
+int Session::Failure(const std::string& what, int status, JsonObject error, Json result) {
+    EndProgress();
+    if (options_.json) {
+        JsonObject document{
+            {"ok", false}, {"command", command_}, {"exitStatus", status}, {"error", std::move(error)}};
+        if (!result.is_null()) document["result"] = std::move(result);
+        Emit(std::move(document));
+        return status;
+    }
+    // One line: "<code> <NAME> <message>" for a reply, the message alone otherwise.
+    std::string line;
+    if (!error.at("code").is_null())
+        line = std::to_string(error.at("code").to_number<int>()) + " " +
+               (error.at("name").get_string().empty() ? std::string("-")
+                                                      : std::string(error.at("name").get_string())) +
+               " ";
+    line += std::string(error.at("message").get_string());
+    if (const Json* hint = error.if_contains("hint")) line += " (" + std::string(hint->get_string()) + ")";
+    TellStderr(what, line);
     return status;
 }
 

@@ -60,21 +60,38 @@ class Session {
         bool success = false;
         int code = 0;
         std::string error, message;
+        Json data;  // the reply's data, for what the operation's callback does not hand on
     };
     // Calls one operation and reads its reply, printing nothing.
     Answer Ask(const std::function<ISocketReply*()>& call);
-    // Tells a failed answer on one line of stderr; returns an Exit.
+    // Tells a failed answer (see Fail); returns an Exit.
     int Report(const std::string& what, const Answer& answer);
 
     // Calls one operation. The operation's callback fills result; call returns the operation's reply.
-    // A null reply, or one that reports a failure, is told on one line of stderr. Returns an Exit.
-    int Call(const std::string& what, const std::function<ISocketReply*()>& call);
-    // Call, then show result ("ok" when the operation hands nothing back).
+    // A null reply, or one that reports a failure, is told as Report tells it. Returns an Exit. answer,
+    // when given, receives what the reply said.
+    int Call(const std::string& what, const std::function<ISocketReply*()>& call, Answer* answer = nullptr);
+    // Call, then show result (an empty object when the operation hands nothing back).
     int Exchange(const std::string& what, const std::function<ISocketReply*(JsonObject& result)>& call);
 
-    void Show(const Json& value) { PrintResult(value, options_.json); }
-    // "pelmor: <what>: <message>" on stderr; returns status.
+    // The command being run, as typed ("verify", "ent login"): it names every document.
+    void SetCommand(const std::string& typed) { command_ = typed; }
+    const std::string& Command() const { return command_; }
+
+    // The run's result: with --json the document {"ok": true, "command", "result"}, else a table.
+    void Show(const Json& result);
+    // A failure: with --json the document {"ok": false, "command", "exitStatus", "error"} on stdout,
+    // else "pelmor: <what>: <message>" on stderr. The error's kind follows from status. Returns status.
     int Fail(const std::string& what, const std::string& message, int status = kBadInput);
+    // A warning: one line on stderr in either mode, "pelmor: <what>: <message>"; the run goes on.
+    void Warn(const std::string& what, const std::string& message);
+    // A failure with an error object of the caller's making (kind, code, name, message; see Fail).
+    // result, when not null, goes into the document too (what was done before the failure).
+    int FailWith(const std::string& what, int status, JsonObject error, Json result = nullptr) {
+        return Failure(what, status, std::move(error), std::move(result));
+    }
+    // While sink is set, documents are handed to it instead of printed (the demo gathers its steps').
+    void Capture(std::function<void(Json document)> sink) { capture_ = std::move(sink); }
     // A progress line on stderr, rewritten in place on a terminal.
     void Progress(const std::string& text);
     void EndProgress();
@@ -88,7 +105,12 @@ class Session {
     std::unique_ptr<CDeviceFile> Device(const std::string& what, const std::string& nameOrPath);
 
   private:
+    int Failure(const std::string& what, int status, JsonObject error, Json result = nullptr);
+    void Emit(Json document);
+
     Options options_;
+    std::string command_;
+    std::function<void(Json)> capture_;
     Library library_;
     State state_;
     PelmorSocketInterface* service_ = nullptr;

@@ -15,6 +15,10 @@ struct State {
     std::string enterpriseAccount;
     unsigned long long enterpriseExpires = 0;
 
+    // Forget one edition's session: its token and what belongs to it.
+    void ForgetStandard() { token.clear(), serial.clear(); }
+    void ForgetEnterprise() { enterpriseToken.clear(), enterpriseAccount.clear(), enterpriseExpires = 0; }
+
     // The file's path, or "" when no home directory is known.
     static std::string DefaultPath();
 

@@ -9,6 +9,11 @@ namespace pelmor {
 // the quiet zone scanners need. False when the text cannot be encoded.
 bool DrawQRCode(const QByteArray& text);
 
+// Draws an image file (SVG, PNG, JPEG, GIF) on stderr, beside the prompt it goes with, in half-blocks, about
+// width columns wide, so that a captcha can be read where no image viewer is at hand. False when it cannot be
+// read.
+bool ShowImage(const std::string& path, int width = 64);
+
 // Saves an image as a service or site sent it as text (an SVG, Base64 of an image, a data: URL, or JSON
 // carrying one) as <cache>/pelmor/<name>.<kind>; returns the path, or "" with a reason in error.
 std::string SaveImage(const std::string& text, const std::string& name, std::string& error);

@@ -9,6 +9,7 @@ int main(int argc, char** argv) {
     pelmor::Options options;
     options.statePath = pelmor::State::DefaultPath();
     std::vector<std::string> words;
+    bool help = false, libraryMissing = false;
     // Global options may stand anywhere on the line; everything else belongs to the command.
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
@@ -20,17 +21,27 @@ int main(int argc, char** argv) {
             } else if (i + 1 < argc) {
                 options.library = argv[++i];
             } else {
-                std::cerr << "pelmor: --library needs a path\n";
-                return pelmor::kBadInput;
+                libraryMissing = true;
             }
-        } else if (word == "-h" || word == "--help" || (words.empty() && word == "help")) {
-            pelmor::PrintHelp();
-            return pelmor::kOk;
+        } else if (word == "-h" || word == "--help") {
+            help = true;
+        } else if (word == "--version") {
+            words.insert(words.begin(), "version");
         } else {
             words.push_back(word);
         }
     }
+    if (!words.empty() && words[0] == "help") {
+        help = true;
+        words.erase(words.begin());
+    }
+    if (help) {
+        if (!words.empty() && words[0] == "--") words.erase(words.begin());
+        if (!pelmor::PrintCommandHelp(words)) pelmor::PrintHelp();
+        return pelmor::kOk;
+    }
     pelmor::Session session(options);
+    if (libraryMissing) return session.Fail("", "--library needs a path");
     session.Open();
     return pelmor::Dispatch(session, words);
 }

@@ -1,10 +1,12 @@
 // Configuration, the saved session, usage counting and the device files themselves.
 #include <boost/json/parse.hpp>
+#include <cstdlib>
 
 #include "Command.h"
 #include "DeviceFile.h"
 #include "Devices.h"
 #include "HandsetCommands.h"
+#include "commands/Flows.h"
 
 namespace pelmor {
 
@@ -19,7 +21,8 @@ int Config(Session& s, const Args&) {
             if (ec) data = text.toStdString();
         });
     });
-    if (status == kOk) s.Show(data);
+    // Passed on as the service sends it, under one key of ours.
+    if (status == kOk) s.Show(JsonObject{{"config", data}});
     return status;
 }
 
@@ -30,22 +33,38 @@ int Token(Session& s, const Args& a) {
                        (action == "set" && a.Count() == 2);
     if (!valid) return s.Fail("token", "usage: pelmor token [show | set TOKEN | clear]");
     if (action == "clear") {
-        state.token.clear();
-        state.enterpriseToken.clear();
-        state.serial.clear();
+        state.ForgetStandard();
+        state.ForgetEnterprise();
     } else if (action == "set") {
         state.token = a[1];
     }
-    if (action != "show" && !s.SaveState()) return kFailed;
-    s.Show(JsonObject{{"token", state.token},
-                      {"mobile", state.mobile},
-                      {"sms serial", state.serial},
-                      {"enterprise token", state.enterpriseToken},
-                      {"enterprise account", state.enterpriseAccount},
-                      {"enterprise expires", state.enterpriseExpires},
-                      {"client key", state.key},
-                      {"state file", s.options().statePath},
-                      {"library", s.library().Path()}});
+    if (action != "show" && !s.SaveState())
+        return s.Fail("token", "the state file could not be written", kFailed);
+    JsonObject out{{"token", state.token},
+                   {"mobile", state.mobile},
+                   {"smsSerial", state.serial},
+                   {"enterpriseToken", state.enterpriseToken},
+                   {"enterpriseAccount", state.enterpriseAccount}};
+    PutTime(out, "enterpriseExpires", static_cast<long long>(state.enterpriseExpires));
+    out["clientKey"] = state.key;
+    out["stateFile"] = s.options().statePath;
+    out["library"] = s.library().Path();
+    s.Show(out);
+    return kOk;
+}
+
+// The library's version is the one its file carries (libPelmorSocket.so.1.0.0), as it was installed.
+int Version(Session& s, const Args&) {
+    std::string path = s.library().Path();
+    if (char* real = realpath(path.c_str(), nullptr)) {
+        path = real;
+        std::free(real);
+    }
+    const std::string marker = ".so.";
+    const auto at = path.rfind(marker);
+    Json library = nullptr;
+    if (at != std::string::npos) library = path.substr(at + marker.size());
+    s.Show(JsonObject{{"tool", PELMOR_TOOL_VERSION}, {"library", library}, {"libraryPath", path}});
     return kOk;
 }
 
@@ -62,7 +81,7 @@ int Devices(Session& s, const Args&) {
         rows.push_back(
             JsonObject{{"name", sample.name}, {"description", sample.description}, {"path", sample.path}});
     ConnectedRows(s, rows);
-    s.Show(rows);
+    s.Show(JsonObject{{"devices", std::move(rows)}});
     return kOk;
 }
 
@@ -76,8 +95,8 @@ int Device(Session& s, const Args& a) {
     if (const XSocketDeviceInfo* info = device->GetDeviceRecord()) {
         out["mode"] = "normal";
         out["name"] = Utf8(info->name);
-        out["product type"] = Utf8(info->productType);
-        out["serial number"] = Utf8(info->serialNumber);
+        out["productType"] = Utf8(info->productType);
+        out["serialNumber"] = Utf8(info->serialNumber);
         out["ecid"] = Utf8(info->ecid);
         out["region"] = Utf8(info->region);
         out["imei"] = Utf8(info->imei);
@@ -85,23 +104,37 @@ int Device(Session& s, const Args& a) {
         char ecid[32];
         std::snprintf(ecid, sizeof ecid, "%016llX", low->ecid);
         out["mode"] = "recovery";
-        out["product type"] = Utf8(low->productType);
+        out["productType"] = Utf8(low->productType);
         out["ecid"] = ecid;
     }
     if (const XSocketDeviceBattery* battery = device->GetBatteryRecord()) {
-        out["battery health"] = battery->health;
-        out["battery cycles"] = battery->cycleCount;
+        out["batteryHealth"] = battery->health;
+        out["batteryCycles"] = battery->cycleCount;
     }
     if (const XSocketDeviceDisplay* display = device->GetDisplayRecord()) {
         out["lcd"] = Utf8(display->lcd);
         out["lcm"] = Utf8(display->lcm);
     }
-    out["file record"] = device->GetFileRecord() != nullptr;
+    out["fileRecord"] = device->GetFileRecord() != nullptr;
     s.Show(out);
     return kOk;
 }
 
 }  // namespace
+
+// The library keeps no session of its own beyond the token it is handed: logging out is forgetting it.
+int Logout(Session& s, const Args&) {
+    State& state = s.state();
+    const bool enterprise = s.Command().rfind("ent ", 0) == 0;
+    const bool wasLoggedIn = !(enterprise ? state.enterpriseToken : state.token).empty();
+    if (enterprise)
+        state.ForgetEnterprise();
+    else
+        state.ForgetStandard();
+    if (!s.SaveState()) return s.Fail(s.Command(), "the state file could not be written", kFailed);
+    s.Show(JsonObject{{"loggedOut", true}, {"wasLoggedIn", wasLoggedIn}});
+    return kOk;
+}
 
 std::vector<Command> ConfigCommands() {
     const auto standard = PELMOR_SOCKET_EDITION_STANDARD;
@@ -110,6 +143,10 @@ std::vector<Command> ConfigCommands() {
          "fetch the service's client configuration (latest version, notices, switches)", Config},
         {kGroupConfig, "token", standard, "[show | set TOKEN | clear]", "", 0, 2,
          "show, set or forget the saved session tokens", Token},
+        {kGroupConfig, "logout", standard, "", "", 0, 0, "forget the standard session (see also ent logout)",
+         Logout},
+        {kGroupConfig, "version", standard, "", "", 0, 0,
+         "the versions of pelmor and of the library (--version)", Version},
         {kGroupConfig, "census", standard, "FUNCTION [EVENT] [--failed]", "--failed", 1, 2,
          "count one use of a client function (EVENT defaults to start)", Census},
         {kGroupDevices, "devices", standard, "", "", 0, 0,

@@ -2,16 +2,17 @@
 // for each, as "verify" and "ent verify".
 #include <pelmor/Records.h>
 
+#include <climits>
+
 #include "Command.h"
 #include "DeviceFile.h"
 #include "HandsetCommands.h"
+#include "RecordKeys.h"
 #include "Terminal.h"
 
 namespace pelmor {
 
 namespace {
-
-const char* kClasses[] = {"base", "hardware", "screen", "fingerprint", "other"};
 
 // The bytes handed over as the device's file: --file, else the file record of the device file.
 QByteArray FileBytes(CDeviceFile& device, const Args& a) {
@@ -27,21 +28,21 @@ std::string Shorten(Session& s, const std::string& text) {
 }
 
 JsonObject VerifyReport(const ISocketInfoVerify* r) {
-    JsonObject out{{"total result", Utf8(r->GetTotalResult())},
-                   {"score", Utf8(r->GetScore())},
-                   {"verify message", Utf8(r->GetVerifyMessage())},
-                   {"items message", Utf8(r->GetVersionMessage())}};
+    JsonObject out{{"totalResult", Utf8(r->GetTotalResult())},
+                   {"score", NumberFromText(Utf8(r->GetScore()))},
+                   {"verifyMessage", Utf8(r->GetVerifyMessage())},
+                   {"itemsMessage", Utf8(r->GetVersionMessage())}};
     const std::pair<const char*, std::pair<XString, XString>> topics[] = {
-        {"sim card", {r->GetCardValue(), r->GetCardState()}},
+        {"iccid", {r->GetCardValue(), r->GetCardState()}},
         {"teardown", {r->GetOpenValue(), r->GetOpenState()}},
         {"root", {r->GetRootValue(), r->GetRootState()}},
         {"wifi", {r->GetWifiValue(), r->GetWifiState()}},
-        {"replaced disk", {r->GetDiskValue(), r->GetDiskState()}},
+        {"replaceHD", {r->GetDiskValue(), r->GetDiskState()}},
         {"meid", {r->GetMeidValue(), r->GetMeidState()}},
         {"mainboard", {r->GetMainboardValue(), r->GetMainboardState()}},
         {"baseband", {r->GetBasebandValue(), r->GetBasebandState()}},
         {"sim", {r->GetSimValue(), r->GetSimState()}},
-        {"hard disk", {r->GetHarddiskValue(), r->GetHarddiskState()}},
+        {"hardDisk", {r->GetHarddiskValue(), r->GetHarddiskState()}},
     };
     JsonArray topicRows;
     for (const auto& [name, value] : topics)
@@ -55,11 +56,12 @@ JsonObject VerifyReport(const ISocketInfoVerify* r) {
                                 {"other", Utf8(r->GetOtherState())}};
     JsonArray items;
     r->TraverseItem([&](const ISocketInfoVerifyItem* item) {
-        const int classify = item->GetClassify();
-        items.push_back(JsonObject{{"class", classify >= 0 && classify < 5 ? kClasses[classify] : "?"},
+        items.push_back(JsonObject{{"class", VerifyClassName(item->GetClassify())},
+                                   {"key", VerifyItemKey(item->GetKey())},
                                    {"name", Utf8(item->GetName())},
                                    {"result", Utf8(item->GetResult())},
-                                   {"on file", Utf8(item->GetOriginal())},
+                                   {"differs", item->GetShow()},
+                                   {"onFile", Utf8(item->GetOriginal())},
                                    {"now", Utf8(item->GetNow())},
                                    {"message", Utf8(item->GetMessage())}});
     });
@@ -82,16 +84,19 @@ int Verify(Session& s, const Args& a) {
 int ReportImage(Session& s, const Args& a) {
     auto device = s.Device("report-image", a[0]);
     if (!device) return kBadInput;
-    const int level = std::atoi(a.Get("--level", "1").c_str());
+    long long level = 1;
+    if (const int bad = IntegerOption(s, a, "--level", 1, 0, 1000, level)) return bad;
     const std::string message = a.Get("--message", "");
     return s.Exchange("report-image", [&](JsonObject& out) {
-        return s.S().VerifyImage(device.get(), level, message.c_str(), [&](ISocketInfoImage* image) {
-            const std::string name = Utf8(image->GetName()),
-                              text = image->GetImage() ? image->GetImage() : "";
-            std::string error;
-            const std::string saved = SaveImage(text, "report", error);
-            out = {{"name", name}, {"image", Shorten(s, text)}, {"saved to", saved.empty() ? error : saved}};
-        });
+        return s.S().VerifyImage(
+            device.get(), static_cast<int>(level), message.c_str(), [&](ISocketInfoImage* image) {
+                const std::string name = Utf8(image->GetName()),
+                                  text = image->GetImage() ? image->GetImage() : "";
+                std::string error;
+                const std::string saved = SaveImage(text, "report", error);
+                out = {
+                    {"name", name}, {"image", Shorten(s, text)}, {"savedTo", saved.empty() ? error : saved}};
+            });
     });
 }
 
@@ -102,7 +107,7 @@ int Backup(Session& s, const Args& a) {
         return s.S().DeviceBackup(device.get(), [&](ISocketInfoBackup* b) {
             out = {{"type", Utf8(b->GetType())},
                    {"serial", Utf8(b->GetSerial())},
-                   {"date", Utf8(b->GetDate())},
+                   {"date", ServiceTime(Utf8(b->GetDate()))},
                    {"ram", Utf8(b->GetRam())},
                    {"model", Utf8(b->GetModel())},
                    {"area", Utf8(b->GetArea())},
@@ -126,10 +131,10 @@ int Backup(Session& s, const Args& a) {
 int Keys(Session& s, const Args&) {
     return s.Exchange("keys", [&](JsonObject& out) {
         return s.S().DeviceKey([&](ISocketInfoKey* k) {
-            out = {{"screen lcd", Utf8(k->GetScreenLCD())},
-                   {"screen lcm", Utf8(k->GetScreenLCM())},
-                   {"backup class", Utf8(k->GetBackupClass())},
-                   {"backup key", Utf8(k->GetBackupKey())}};
+            out = {{"screenLcd", Utf8(k->GetScreenLCD())},
+                   {"screenLcm", Utf8(k->GetScreenLCM())},
+                   {"backupClass", Utf8(k->GetBackupClass())},
+                   {"backupKey", Utf8(k->GetBackupKey())}};
         });
     });
 }
@@ -174,7 +179,7 @@ int Screen(Session& s, const Args& a) {
     if (!device) return kBadInput;
     return s.Exchange("screen", [&](JsonObject& out) {
         return s.S().QueryScreen(device.get(), [&](const ISocketInfoScreen* c) {
-            out = {{"factory", Utf8(c->GetFactory())}, {"date", Utf8(c->GetDate())}};
+            out = {{"factory", Utf8(c->GetFactory())}, {"date", ServiceTime(Utf8(c->GetDate()))}};
         });
     });
 }
@@ -184,9 +189,9 @@ int Warranty(Session& s, const Args& a) {
     if (!device) return kBadInput;
     return s.Exchange("warranty", [&](JsonObject& out) {
         return s.S().QueryWarranty(device.get(), [&](const ISocketQueryWarranty* w) {
-            out = {{"purchased", Utf8(w->GetPurchase())},
-                   {"warranty until", Utf8(w->GetWarranty())},
-                   {"days left", w->GetDaysleft()}};
+            out = {{"purchased", ServiceTime(Utf8(w->GetPurchase()))},
+                   {"warrantyUntil", ServiceTime(Utf8(w->GetWarranty()))},
+                   {"daysLeft", w->GetDaysleft()}};
         });
     });
 }
@@ -196,7 +201,7 @@ int AirPods(Session& s, const Args& a) {
         return s.S().VerifyAirPods(QString::fromStdString(a[0]), QString::fromStdString(a[1]),
                                    [&](ISocketInfoAirPods* p) {
                                        out = {{"model", Utf8(p->GetModel())},
-                                              {"serial number", Utf8(p->GetSerialNumber())},
+                                              {"serialNumber", Utf8(p->GetSerialNumber())},
                                               {"genuine", p->IsApple()},
                                               {"description", Utf8(p->GetDescribe())}};
                                    });
@@ -206,9 +211,9 @@ int AirPods(Session& s, const Args& a) {
 int LockStatus(Session& s, const Args& a) {
     auto device = s.Device("lock-status", a[0]);
     if (!device) return kBadInput;
-    char* end = nullptr;
-    const long status = std::strtol(a[2].c_str(), &end, 10);
-    if (a[2].empty() || *end) return s.Fail("lock-status", "STATUS must be a number: " + a[2]);
+    long long status = 0;
+    if (!ReadInteger(a[2], INT_MIN, INT_MAX, status))
+        return s.Fail("lock-status", "STATUS must be a number: " + a[2]);
     if (a[1] != "idlock" && a[1] != "icloud")
         return s.Fail("lock-status", "which lock? idlock or icloud, not " + a[1]);
     return s.Exchange("lock-status", [&](JsonObject&) {

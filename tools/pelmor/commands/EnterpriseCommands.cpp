@@ -1,11 +1,14 @@
 // The enterprise edition: its session, the account, and its per-device checks and bill.
 #include <pelmor/Records.h>
+#include <pelmor/platform/XJson.h>
 
+#include <boost/json/serialize.hpp>
 #include <ctime>
 
 #include "Command.h"
 #include "DeviceFile.h"
 #include "Terminal.h"
+#include "commands/Flows.h"
 
 namespace pelmor {
 
@@ -27,21 +30,36 @@ int Login(Session& s, const Args& a) {
     s.state().enterpriseAccount = a[0];
     s.state().enterpriseExpires = expires;
     s.KeepToken(token);
-    s.Show(JsonObject{{"logged in", true}, {"account", a[0]}, {"token", token}, {"expires", expires}});
+    JsonObject out{{"loggedIn", true}, {"account", a[0]}, {"token", token}};
+    PutTime(out, "expires", static_cast<long long>(expires));
+    s.Show(out);
     return kOk;
 }
 
 int Refresh(Session& s, const Args&) {
-    // The library keeps the stored token and never calls back; the reply alone tells the outcome.
-    return s.Exchange("ent refresh", [&](JsonObject&) {
-        return s.S().TokenRefresh([](const wchar_t*, unsigned long long) {});
-    });
+    // The library keeps its token and never calls back: the new expiry (and a token, should the service
+    // hand out a new one) is read from the reply's data.
+    Session::Answer answer;
+    const int status = s.Call(
+        "ent refresh", [&] { return s.S().TokenRefresh([](const wchar_t*, unsigned long long) {}); },
+        &answer);
+    if (status != kOk) return status;
+    const XJson data(boost::json::serialize(answer.data));
+    const unsigned long long expires = data.Contains("expires") ? data.ToInt64("expires") : 0;
+    if (!data.ToString("token").empty() && data.ToString("token") != s.state().enterpriseToken)
+        s.KeepToken(data.ToString("token"));
+    if (expires) s.state().enterpriseExpires = expires;
+    if (!s.SaveState()) return s.Fail("ent refresh", "the state file could not be written", kFailed);
+    JsonObject out{{"refreshed", true}, {"token", s.state().enterpriseToken}};
+    PutTime(out, "expires", static_cast<long long>(s.state().enterpriseExpires));
+    s.Show(out);
+    return kOk;
 }
 
 int Heartbeat(Session& s, const Args&) {
     return s.Exchange("ent heartbeat", [&](JsonObject& out) {
         return s.S().Heartbeat([&](ISocketInfoHeartbeat* h) {
-            out = {{"server time", Utf8(h->GetTime())}, {"seen from", Utf8(h->GetAddress())}};
+            out = {{"serverTime", ServiceTime(Utf8(h->GetTime()))}, {"seenFrom", Utf8(h->GetAddress())}};
         });
     });
 }
@@ -51,9 +69,9 @@ int Account(Session& s, const Args& a) {
     if (account.empty()) return s.Fail("ent account", "which account? (log in first or name it)");
     return s.Exchange("ent account", [&](JsonObject& out) {
         return s.S().UserImage(account.c_str(), [&](ISocketInfoAccount* p) {
-            out = {{"nickname", Utf8(p->GetNickName())},    {"merchant", Utf8(p->GetMerchantName())},
-                   {"avatar", Utf8(p->GetAvatar())},        {"avatar small", Utf8(p->GetAvatarSmall())},
-                   {"avatar big", Utf8(p->GetAvatarBig())}, {"merchant logo", Utf8(p->GetMerchantLogo())}};
+            out = {{"nickname", Utf8(p->GetNickName())},   {"merchant", Utf8(p->GetMerchantName())},
+                   {"avatar", Utf8(p->GetAvatar())},       {"avatarSmall", Utf8(p->GetAvatarSmall())},
+                   {"avatarBig", Utf8(p->GetAvatarBig())}, {"merchantLogo", Utf8(p->GetMerchantLogo())}};
         });
     });
 }
@@ -74,7 +92,7 @@ int Basic(Session& s, const Args& a) {
     if (!device) return kBadInput;
     return s.Exchange("ent basic", [&](JsonObject& out) {
         return s.S().QueryBasic(device.get(), [&](ISocketQueryBasic* b) {
-            out = {{"front colour", Utf8(b->GetColorFront())}, {"back colour", Utf8(b->GetColorBack())}};
+            out = {{"frontColour", Utf8(b->GetColorFront())}, {"backColour", Utf8(b->GetColorBack())}};
         });
     });
 }
@@ -123,11 +141,12 @@ std::string Today() {
 
 int Bill(Session& s, const Args& a) {
     const std::string date = a.At(0, Today());
+    if (!IsDay(date)) return s.Fail("ent bill", "DATE is a day as YYYY-MM-DD, not '" + date + "'");
     return s.Exchange("ent bill", [&](JsonObject& out) {
         return s.S().QueryInvoice(date.c_str(), [&](ISocketQueryInvoice* bill) {
             JsonArray lines;
             bill->Traverse([&](ISocketQueryInvoiceItem* item) {
-                lines.push_back(JsonObject{{"date", Utf8(item->GetDate())},
+                lines.push_back(JsonObject{{"date", ServiceTime(Utf8(item->GetDate()))},
                                            {"serial", Utf8(item->GetSerial())},
                                            {"for", Utf8(item->GetTarget())},
                                            {"amount", item->GetAmount()},
@@ -148,6 +167,7 @@ std::vector<Command> EnterpriseCommands() {
     return {
         {g, "login", e, "ACCOUNT [PASSWORD]", "", 1, 2, "log in (asks for the password when not given)",
          Login},
+        {g, "logout", e, "", "", 0, 0, "forget the enterprise session and its account", Logout},
         {g, "refresh", e, "", "", 0, 0, "refresh the session token", Refresh},
         {g, "heartbeat", e, "", "", 0, 0, "keep the session alive; shows the server's time", Heartbeat},
         {g, "account", e, "[ACCOUNT]", "", 0, 1, "the account's profile and merchant", Account},

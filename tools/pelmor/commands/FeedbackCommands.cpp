@@ -36,9 +36,15 @@ int Feedback(Session& s, const Args& a) {
     std::unique_ptr<CDeviceFile> device;
     if (a.Has("--device") && !(device = s.Device("feedback", a.Get("--device")))) return kBadInput;
     Form form(a, device.get());
-    return s.Exchange("feedback", [&](JsonObject& out) {
-        return s.S().Feedback(&form, [&](QString answer) { out["answer"] = Utf8(answer); });
-    });
+    // The callback hands on only the reply's message, which on success is the library's fallback text;
+    // the service's answer is the feedback's id.
+    Session::Answer answer;
+    const int status = s.Call(
+        "feedback", [&] { return s.S().Feedback(&form, [](QString) {}); }, &answer);
+    if (status != kOk) return status;
+    const Json* id = answer.data.is_object() ? answer.data.get_object().if_contains("id") : nullptr;
+    s.Show(JsonObject{{"sent", true}, {"id", id && id->is_number() ? *id : Json(nullptr)}});
+    return kOk;
 }
 
 int Objection(Session& s, const Args& a) {
@@ -55,7 +61,7 @@ int ObjectionReply(Session& s, const Args& a) {
         return s.S().VerifyFeedbackReply(device.get(), [&](const XSocketInfoVerifyFeedbackReply& r) {
             out = {{"answered", r.GetResult()},
                    {"objection", Utf8(r.GetFeedbackMessage())},
-                   {"date", Utf8(r.GetFeedbackDate())},
+                   {"date", ServiceTime(Utf8(r.GetFeedbackDate()))},
                    {"reply", Utf8(r.GetReplyMessage())}};
         });
     });

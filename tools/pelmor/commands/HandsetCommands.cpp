@@ -1,6 +1,7 @@
 // Devices from real handsets: importing captures, checking what a device holds, listing what is connected.
 #include "HandsetCommands.h"
 
+#include <boost/json/parse.hpp>
 #include <iostream>
 
 #include "DeviceCheck.h"
@@ -26,8 +27,16 @@ int Import(Session& s, const Args& a) {
         files.push_back(a[i]);
     std::string text, error;
     if (!LoadCaptures(files, text, error)) return s.Fail("device import", error);
-    // The device file itself, whatever the output mode: it is JSON already and meant for a file.
-    std::cout << text;
+    // The device file itself, meant for a file; with --json it is the document's result.
+    if (!s.options().json) {
+        std::cout << text;
+        return kOk;
+    }
+    boost::system::error_code ec;
+    const Json device = boost::json::parse(text, ec);
+    if (ec || !device.is_object())
+        return s.Fail("device import", "the device file made is not JSON", kFailed);
+    s.Show(JsonObject{{"device", device}});
     return kOk;
 }
 
@@ -55,7 +64,17 @@ int Check(Session& s, const Args& a) {
     if (json) {
         out["gaps"] = list(check.gaps);
         out["records"] = std::move(records);
-        s.Show(out);
+        if (check.CompleteForVerification()) {
+            s.Show(out);
+            return kOk;
+        }
+        return s.FailWith(
+            "device check", kFailed,
+            JsonObject{{"kind", "failed"},
+                       {"code", nullptr},
+                       {"name", ""},
+                       {"message", "not complete enough for verification: " + Joined(check.gaps)}},
+            std::move(out));
     } else {
         s.Show(records);
         std::cout << '\n'
@@ -70,6 +89,7 @@ int Check(Session& s, const Args& a) {
 }  // namespace
 
 int DeviceSubcommand(Session& s, const Args& a) {
+    s.SetCommand("device " + a[0]);
     return a[0] == "import" ? Import(s, a) : Check(s, a);
 }
 
@@ -78,16 +98,14 @@ void ConnectedRows(Session& s, JsonArray& rows) {
     for (const Handset& handset : ConnectedHandsets(note))
         rows.push_back(
             JsonObject{{"name", handset.name}, {"description", handset.description}, {"path", ""}});
-    if (!note.empty()) s.Fail("devices", note, kOk);
+    if (!note.empty()) s.Warn("devices", note);
 }
 
 void WarnIfIncomplete(Session& s, const std::string& what, ISocketDevice& device) {
     const idevice::DeviceCheck check = idevice::CheckDevice(device);
     if (!check.CompleteForVerification())
-        s.Fail(what,
-               "warning: the service will not be able to verify this device: " + Joined(check.gaps) +
-                   " (see `pelmor device check`)",
-               kOk);
+        s.Warn(what, "warning: the service will not be able to verify this device: " + Joined(check.gaps) +
+                         " (see `pelmor device check`)");
 }
 
 }  // namespace pelmor

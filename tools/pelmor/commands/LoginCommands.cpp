@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "Command.h"
+#include "HttpClient.h"
 #include "Terminal.h"
 
 namespace pelmor {
@@ -31,7 +32,7 @@ int LogIn(Session& s, const std::string& what,
     if (status != kOk) return status;
     if (token.empty()) return s.Fail(what, "the service answered without a token", kFailed);
     s.KeepToken(token);
-    s.Show(JsonObject{{"logged in", true}, {"token", token}});
+    s.Show(JsonObject{{"loggedIn", true}, {"token", token}});
     return kOk;
 }
 
@@ -44,7 +45,11 @@ int SmsCode(Session& s, const Args& a) {
     s.state().mobile = a[0];
     s.state().serial = serial;
     s.SaveState();
-    s.Show(JsonObject{{"mobile", a[0]}, {"serial", serial}});
+    JsonObject out{{"mobile", a[0]}, {"serial", serial}};
+    // The emulator sends no text message; say where its code can be read instead.
+    if (EmulatorAnswers(ServiceHost()))
+        out["emulatorShowsCodeAt"] = "http://" + ServiceHost() + "/_emulator/sms?mobile=" + a[0];
+    s.Show(out);
     return kOk;
 }
 
@@ -56,10 +61,10 @@ int Login(Session& s, const Args& a) {
 }
 
 JsonObject WecharProfile(ISocketInfoWechar* w) {
-    return {{"open id", Utf8(w->GetID())},
+    return {{"openId", Utf8(w->GetID())},
             {"name", Utf8(w->GetName())},
             {"phone", Utf8(w->GetPhone())},
-            {"head image", Utf8(w->GetHeadImage())}};
+            {"headImage", Utf8(w->GetHeadImage())}};
 }
 
 int WecharStatus(Session& s, const Args& a) {
@@ -71,6 +76,8 @@ int WecharStatus(Session& s, const Args& a) {
 
 // Shows the QR code, waits until someone scans it, then logs in with the WeChat account found.
 int Wechat(Session& s, const Args& a) {
+    long long timeout = 0;
+    if (const int bad = IntegerOption(s, a, "--timeout", 120, 1, 86400, timeout)) return bad;
     std::string key;
     QByteArray qr;
     int status = s.Call("wechat", [&] {
@@ -86,14 +93,13 @@ int Wechat(Session& s, const Args& a) {
     (s.options().json ? std::cerr : std::cout)
         << "Scan the code with WeChat (key " << key << ")." << std::endl;
     if (a.Has("--no-wait")) {
-        if (s.options().json) s.Show(JsonObject{{"key", key}, {"qr", qr.toStdString()}});
+        s.Show(JsonObject{{"key", key}, {"qrPayload", qr.toStdString()}});
         return kOk;
     }
-    const int timeout = std::atoi(a.Get("--timeout", "120").c_str());
     JsonObject profile;
     std::string openId;
     const int waited =
-        s.Wait("wechat", "waiting for the scan", timeout, 2,
+        s.Wait("wechat", "waiting for the scan", static_cast<int>(timeout), 2,
                "nobody scanned the code within " + std::to_string(timeout) + " s",
                [&](std::string& note) -> std::optional<int> {
                    const Session::Answer answer = s.Ask([&] {
@@ -119,17 +125,15 @@ int Wechat(Session& s, const Args& a) {
     if (answer.success) {
         if (token.empty()) return s.Fail("wechat", "the service answered without a token", kFailed);
         s.KeepToken(token);
-        s.Show(JsonObject{{"logged in", true}, {"token", token}, {"wechat", profile}});
+        s.Show(JsonObject{{"loggedIn", true}, {"token", token}, {"wechat", profile}});
         return kOk;
     }
     // Most often the WeChat account has no mobile number yet; say how to bind one.
+    Session::Answer told = answer;
     if (answer.offered && answer.code > HALVEX_REPLY_HTTP_ERROR)
-        return s.Fail("wechat",
-                      std::to_string(answer.code) + " " + answer.error + " " + answer.message +
-                          " (to bind a mobile number: pelmor sms-code MOBILE; pelmor wechat-bind " + openId +
-                          " MOBILE CODE)",
-                      kFailed);
-    return s.Report("wechat", answer);
+        told.message += " (to bind a mobile number: pelmor sms-code MOBILE; pelmor wechat-bind " + openId +
+                        " MOBILE CODE)";
+    return s.Report("wechat", told);
 }
 
 int WecharLogin(Session& s, const Args& a) {

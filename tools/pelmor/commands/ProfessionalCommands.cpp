@@ -4,8 +4,11 @@
 #include <iostream>
 #include <optional>
 
+#include <boost/json/serialize.hpp>
+
 #include "Command.h"
 #include "DeviceFile.h"
+#include "RecordKeys.h"
 #include "Terminal.h"
 #include "commands/Flows.h"
 
@@ -18,7 +21,7 @@ int ProCheck(Session& s, const Args& a) {
     if (!device) return kBadInput;
     return s.Exchange("pro-check", [&](JsonObject& out) {
         return s.S().ProfessionalCheck(device.get(), [&](bool exist, double price) {
-            out = {{"report available", exist}, {"price", price}};
+            out = {{"reportAvailable", exist}, {"price", price}};
         });
     });
 }
@@ -31,8 +34,11 @@ int PaymentState(Session& s, const QString& tradeNo, bool& paid) {
 int Pay(Session& s, const Args& a) {
     auto device = s.Device("pay", a[0]);
     if (!device) return kBadInput;
-    return PayAndWait(s, *device, a.Get("--way", "1") != "0", !a.Has("--no-wait"),
-                      std::atoi(a.Get("--timeout", "300").c_str()), [](const std::string&) {});
+    long long way = 1, timeout = 0;
+    if (const int bad = IntegerOption(s, a, "--way", 1, 0, 1, way)) return bad;
+    if (const int bad = IntegerOption(s, a, "--timeout", 300, 1, 86400, timeout)) return bad;
+    return PayAndWait(s, *device, way == 1, !a.Has("--no-wait"), static_cast<int>(timeout),
+                      [](const std::string&) {});
 }
 
 int PayStatus(Session& s, const Args& a) {
@@ -50,17 +56,19 @@ int ProReport(Session& s, const Args& a) {
     if (file.isEmpty()) return s.Fail("pro-report", a[0] + ": the device has no file data; pass --file");
     return s.Exchange("pro-report", [&](JsonObject& out) {
         return s.S().ProfessionalVerify(device.get(), file, [&](ISocketInfoProverify* r) {
-            out = {{"price", r->Reprice()}, {"date", Utf8(r->Date())}};
+            out = {{"price", r->Reprice()}, {"date", ServiceTime(Utf8(r->Date()))}};
             JsonArray items, variables;
             r->TraverseItem([&](ISocketInfoProverifyItem* item) {
-                items.push_back(JsonObject{{"name", Utf8(item->GetName())},
+                items.push_back(JsonObject{{"key", ProverifyItemKey(item->GetKey())},
+                                           {"name", Utf8(item->GetName())},
                                            {"result", Utf8(item->GetResult())},
-                                           {"on file", Utf8(item->GetSource())},
+                                           {"onFile", Utf8(item->GetSource())},
                                            {"now", Utf8(item->GetCurrent())},
                                            {"message", Utf8(item->GetMessage())}});
             });
             r->TraverseVariable([&](ISocketInfoProverifyVar* v) {
-                variables.push_back(JsonObject{{"name", Utf8(v->GetName())},
+                variables.push_back(JsonObject{{"key", ProverifyVariableKey(v->GetKey())},
+                                               {"name", Utf8(v->GetName())},
                                                {"value", Utf8(v->GetValue())},
                                                {"result", Utf8(v->GetResult())}});
             });
@@ -76,21 +84,37 @@ int PayAndWait(Session& s, CDeviceFile& device, bool way, bool wait, int timeout
                const std::function<void(const std::string& order)>& onOrder) {
     QString tradeNo;
     QByteArray qr;
-    int status = s.Call("pay", [&] {
-        return s.S().PaymentPicture(&device, way, [&](QString no, QByteArray code) {
-            tradeNo = no;
-            qr = code;
-        });
-    });
+    Session::Answer answer;
+    int status = s.Call(
+        "pay",
+        [&] {
+            return s.S().PaymentPicture(&device, way, [&](QString no, QByteArray code) {
+                tradeNo = no;
+                qr = code;
+            });
+        },
+        &answer);
     if (status != kOk) return status;
     if (tradeNo.isEmpty()) return s.Fail("pay", "the service answered without an order number", kFailed);
+    // The price comes with the order, though the library's callback does not pass it on.
+    const Json* price = answer.data.is_object() ? answer.data.get_object().if_contains("price") : nullptr;
+    JsonObject order{{"order", Utf8(tradeNo)},
+                     {"price", price && price->is_number() ? *price : Json(nullptr)},
+                     {"qrPayload", qr.toStdString()},
+                     {"paid", false}};
     if (!s.options().json) {
         if (!DrawQRCode(qr)) std::cout << "payment code: " << qr.toStdString() << '\n';
-        std::cout << "Order " << tradeNo.toStdString() << ": scan the code to pay." << std::endl;
+        std::cout << "Order " << tradeNo.toStdString() << ": scan the code to pay "
+                  << (price && price->is_number() ? NumberText(price->to_number<double>()) : std::string("?"))
+                  << '.' << std::endl;
+    } else if (wait) {
+        // stdout waits for the one document; whoever pays needs the code now.
+        std::cerr << "Order " << tradeNo.toStdString() << ": pay with the QR payload " << qr.toStdString()
+                  << std::endl;
     }
     onOrder(Utf8(tradeNo));
     if (!wait) {
-        if (s.options().json) s.Show(JsonObject{{"order", Utf8(tradeNo)}, {"qrcode", qr.toStdString()}});
+        s.Show(order);
         return kOk;
     }
     status = s.Wait("pay", "waiting for payment of order " + Utf8(tradeNo), timeout, 1,
@@ -103,7 +127,8 @@ int PayAndWait(Session& s, CDeviceFile& device, bool way, bool wait, int timeout
                         return std::nullopt;
                     });
     if (status != kOk) return status;
-    s.Show(JsonObject{{"order", Utf8(tradeNo)}, {"paid", true}});
+    order["paid"] = true;
+    s.Show(order);
     return kOk;
 }
 

@@ -1,6 +1,8 @@
 // The logged-in user: profile, privileges and notifications.
 #include <pelmor/records/AccountRecords.h>
 
+#include <climits>
+
 #include "Command.h"
 
 namespace pelmor {
@@ -13,7 +15,7 @@ int User(Session& s, const Args&) {
             out = {{"id", u->GetID()},
                    {"name", Utf8(u->GetName())},
                    {"phone", Utf8(u->GetPhone())},
-                   {"head image", Utf8(u->GetHeadImage())}};
+                   {"headImage", Utf8(u->GetHeadImage())}};
         });
     });
 }
@@ -21,25 +23,24 @@ int User(Session& s, const Args&) {
 int Privileges(Session& s, const Args&) {
     return s.Exchange("privileges", [&](JsonObject& out) {
         return s.S().TokenQueryPower([&](ISocketQueryPower* p) {
-            out = {{"network verification", p->GetVerifyNetwork()}, {"over green", p->GetOverGreen()}};
+            out = {{"networkVerification", p->GetVerifyNetwork()}, {"overGreen", p->GetOverGreen()}};
         });
     });
 }
 
 JsonObject Notification(ISocketInfoNotify* n) {
-    return {{"id", n->GetID()},
-            {"title", Utf8(n->GetTitle())},
-            {"time", n->GetTime()},
-            {"system", n->IsSystem()},
-            {"popup", n->IsPopup()},
-            {"url", Utf8(n->GetURL())},
-            {"updated", n->GetUpdateTime()}};
+    JsonObject out{{"id", n->GetID()}, {"title", Utf8(n->GetTitle())}};
+    PutTime(out, "time", n->GetTime());
+    out["system"] = n->IsSystem();
+    out["popup"] = n->IsPopup();
+    out["url"] = Utf8(n->GetURL());
+    PutTime(out, "updated", n->GetUpdateTime());
+    return out;
 }
 
 int NotificationOne(Session& s, const Args& a) {
-    char* end = nullptr;
-    const long long id = std::strtoll(a[0].c_str(), &end, 10);
-    if (a[0].empty() || *end) return s.Fail("notification", "ID must be a number: " + a[0]);
+    long long id = 0;
+    if (!ReadInteger(a[0], 0, LLONG_MAX, id)) return s.Fail("notification", "ID must be a number: " + a[0]);
     return s.Exchange("notification", [&](JsonObject& out) {
         return s.S().TokenQueryNotify(id, [&](ISocketInfoNotify* n) { out = Notification(n); });
     });
@@ -55,7 +56,8 @@ int Notifications(Session& s, const Args& a) {
     if (status != kOk) return status;
     JsonArray rows;
     for (const auto& [id, updated] : ids) {
-        JsonObject row{{"id", id}, {"updated", updated}};
+        JsonObject row{{"id", id}};
+        PutTime(row, "updated", updated);
         if (a.Has("--details")) {
             status = s.Call("notifications", [&, id = id] {
                 return s.S().TokenQueryNotify(id, [&](ISocketInfoNotify* n) { row = Notification(n); });
@@ -64,7 +66,7 @@ int Notifications(Session& s, const Args& a) {
         }
         rows.push_back(std::move(row));
     }
-    s.Show(rows);
+    s.Show(JsonObject{{"notifications", std::move(rows)}});
     return kOk;
 }
 
