@@ -15,6 +15,8 @@ build=${BUILD_DIR:-build}
 [[ $sanitize == 1 ]] && build=${BUILD_DIR:-build-asan}
 [[ $sanitize == thread ]] && build=${BUILD_DIR:-build-tsan}
 jobs=$(nproc 2>/dev/null || echo 2)
+# A compiler cache, where one is installed, makes the second and later builds of a machine quick.
+if command -v ccache >/dev/null; then export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}; fi
 
 if [[ $sanitize == thread ]]; then
     # The emulator is only the other end: reuse the plain build's when there is one.

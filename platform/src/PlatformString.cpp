@@ -1,4 +1,5 @@
 #include "pelmor/platform/PlatformString.h"
+#include "pelmor/platform/MemoryShortage.h"
 
 namespace Platform {
 namespace String {
@@ -19,6 +20,7 @@ QString WQ(const XString& text) {
         }
         return out;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return QString();
     }
 }
@@ -41,6 +43,7 @@ XString QW(const QString& text) {
         }
         return out;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return XString();
     }
 }

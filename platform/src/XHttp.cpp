@@ -1,6 +1,9 @@
 #include "pelmor/platform/XHttp.h"
 
 #include <curl/curl.h>
+#include <pthread.h>
+
+#include <new>
 
 namespace {
 
@@ -9,10 +12,48 @@ struct ThreadHandle {
     CURL* handle = nullptr;
     curl_slist* headers = nullptr;
 
+    ThreadHandle() = default;
+    ThreadHandle(const ThreadHandle&) = delete;
+    ThreadHandle& operator=(const ThreadHandle&) = delete;
     ~ThreadHandle() {
         if (handle) curl_easy_cleanup(handle);
         if (headers) curl_slist_free_all(headers);
     }
+};
+
+void DeleteThreadHandle(void* slot) {
+    delete static_cast<ThreadHandle*>(slot);
+}
+
+// The handles hang on a thread key rather than a thread_local object: registering a thread_local's
+// destructor allocates, and glibc ends the process when that fails. A key reports failure instead.
+class ThreadHandles {
+  public:
+    ThreadHandles() noexcept : made_(pthread_key_create(&key_, DeleteThreadHandle) == 0) {}
+    ThreadHandles(const ThreadHandles&) = delete;
+    ThreadHandles& operator=(const ThreadHandles&) = delete;
+    ~ThreadHandles() {
+        if (!made_) return;
+        // Other threads' handles stay (their threads may still run); this thread's goes with the key.
+        DeleteThreadHandle(pthread_getspecific(key_));
+        pthread_key_delete(key_);
+    }
+
+    // This thread's handle, made on first use; null when it cannot be kept.
+    ThreadHandle* ThisThread() noexcept {
+        if (!made_) return nullptr;
+        if (auto* slot = static_cast<ThreadHandle*>(pthread_getspecific(key_))) return slot;
+        auto* slot = new (std::nothrow) ThreadHandle();
+        if (slot && pthread_setspecific(key_, slot) != 0) {
+            delete slot;
+            slot = nullptr;
+        }
+        return slot;
+    }
+
+  private:
+    pthread_key_t key_{};
+    bool made_;
 };
 
 struct Response {
@@ -77,11 +118,14 @@ int Perform(ThreadHandle& slot, const XString& url, const QByteArray& body, Resp
 namespace XHttp {
 
 int POST(const XString& url, const QByteArray& body, std::function<void(QByteArray)> callback) {
-    thread_local ThreadHandle slot;
+    static ThreadHandles handles;
     Response response;
     int status = 0;
     try {
-        status = Perform(slot, url, body, response);
+        // Without a kept handle the request still goes, on one that lives for this call only.
+        ThreadHandle* kept = handles.ThisThread();
+        ThreadHandle once;
+        status = Perform(kept ? *kept : once, url, body, response);
     } catch (...) {
         status = 0;
     }

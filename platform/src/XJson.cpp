@@ -1,4 +1,5 @@
 #include "pelmor/platform/XJson.h"
+#include "pelmor/platform/MemoryShortage.h"
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
@@ -32,6 +33,15 @@ bool TextToInt64(json::string_view text, long long& out) {
     return result.ec == std::errc() && result.ptr == end;
 }
 
+// The JSON library reads 1e400 as infinity and can make NaN of others; neither is a JSON number, so they are
+// read (and rendered) as the nearest finite value: the largest double of the sign, and 0.
+double Finite(double value) {
+    if (std::isnan(value)) return 0.0;
+    if (std::isinf(value))
+        return value > 0 ? std::numeric_limits<double>::max() : std::numeric_limits<double>::lowest();
+    return value;
+}
+
 // Cuts toward zero and clamps, so that no out-of-range cast can happen.
 template <typename Int>
 Int DoubleToInt(double value) {
@@ -53,7 +63,7 @@ long long ValueToInt64(const json::value* v) {
                        : static_cast<long long>(u);
         }
         case json::kind::double_:
-            return DoubleToInt<long long>(v->get_double());
+            return DoubleToInt<long long>(Finite(v->get_double()));
         case json::kind::bool_:
             return v->get_bool() ? 1 : 0;
         case json::kind::string: {
@@ -76,7 +86,7 @@ double ValueToDouble(const json::value* v) {
         case json::kind::uint64:
             return static_cast<double>(v->get_uint64());
         case json::kind::double_:
-            return v->get_double();
+            return Finite(v->get_double());
         case json::kind::bool_:
             return v->get_bool() ? 1.0 : 0.0;
         case json::kind::string: {
@@ -108,7 +118,7 @@ bool ValueToBool(const json::value* v) {
         case json::kind::uint64:
             return v->get_uint64() != 0;
         case json::kind::double_:
-            return v->get_double() != 0.0;
+            return Finite(v->get_double()) != 0.0;
         case json::kind::string:
             return EqualsIgnoringCase(v->get_string(), "true");
         default:
@@ -133,7 +143,7 @@ std::string ValueToString(const json::value* v) {
         case json::kind::uint64:
             return std::to_string(v->get_uint64());
         case json::kind::double_:
-            return NumberText(v->get_double());
+            return NumberText(Finite(v->get_double()));
         case json::kind::bool_:
             return v->get_bool() ? "true" : "false";
         default:
@@ -149,6 +159,8 @@ bool NeedsSanitizing(const json::value& v) {
     switch (v.kind()) {
         case json::kind::string:
             return !IsValidUtf8(v.get_string().data(), v.get_string().size());
+        case json::kind::double_:
+            return !std::isfinite(v.get_double());
         case json::kind::array:
             for (const auto& e : v.get_array())
                 if (NeedsSanitizing(e)) return true;
@@ -166,6 +178,8 @@ json::value Sanitized(const json::value& v) {
     switch (v.kind()) {
         case json::kind::string:
             return json::value(View(SanitizeUtf8(std::string(v.get_string()))));
+        case json::kind::double_:
+            return json::value(Finite(v.get_double()));
         case json::kind::array: {
             json::array out;
             out.reserve(v.get_array().size());
@@ -196,6 +210,7 @@ json::value ParseText(const std::string& text, bool& ok) noexcept {
         ok = true;
         return v;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return json::value();
     }
 }
@@ -214,6 +229,7 @@ void Put(json::value& target, const std::string& key, json::value&& value) noexc
     try {
         MakeObject(target)->insert_or_assign(View(SanitizeUtf8(key)), std::move(value));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -223,6 +239,7 @@ XJson FromValue(const json::value& value) noexcept {
     try {
         JsonValue(out) = value;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
     return out;
 }
@@ -242,6 +259,7 @@ XJson::XJson(const XJson& other) noexcept : XJson() {
     try {
         JsonValue(*this) = JsonValue(other);
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -254,6 +272,7 @@ XJson& XJson::operator=(const XJson& other) noexcept {
         try {
             JsonValue(*this) = JsonValue(other);
         } catch (...) {
+            Pelmor::NoteMemoryShortage();
         }
     }
     return *this;
@@ -278,6 +297,7 @@ void XJson::Add(const std::string& key, const std::string& value) noexcept {
     try {
         Put(JsonValue(*this), key, json::value(View(SanitizeUtf8(value))));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -285,6 +305,7 @@ void XJson::Add(const std::string& key, const char* value) noexcept {
     try {
         Add(key, std::string(value ? value : ""));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -298,7 +319,7 @@ void XJson::Add(const std::string& key, unsigned long long value) noexcept {
     Put(JsonValue(*this), key, json::value(static_cast<std::uint64_t>(value)));
 }
 void XJson::Add(const std::string& key, double value) noexcept {
-    Put(JsonValue(*this), key, json::value(value));
+    Put(JsonValue(*this), key, json::value(Finite(value)));
 }
 void XJson::Add(const std::string& key, bool value) noexcept {
     Put(JsonValue(*this), key, json::value(value));
@@ -310,6 +331,7 @@ void XJson::Add(const std::string& key, const XJson& value) noexcept {
         Put(JsonValue(*this), key,
             JsonValue(value).is_null() ? json::value(json::object()) : json::value(JsonValue(value)));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -321,6 +343,7 @@ void XJson::Append(const std::string& key, const XString& value) noexcept {
     try {
         Put(JsonValue(*this), key, json::value(View(value.ToUtf8())));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -329,6 +352,7 @@ void XJson::Append(const XJson& element) noexcept {
         if (!JsonValue(*this).is_array()) JsonValue(*this).emplace_array();
         JsonValue(*this).get_array().push_back(JsonValue(element));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -336,6 +360,7 @@ std::string XJson::ToString(const std::string& key) const noexcept {
     try {
         return ValueToString(Member(JsonValue(*this), key));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return std::string();
     }
 }
@@ -344,6 +369,7 @@ XString XJson::ToXString(const std::string& key) const noexcept {
     try {
         return XString::FromUtf8(ValueToString(Member(JsonValue(*this), key)));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return XString();
     }
 }
@@ -373,6 +399,7 @@ std::string XJson::AsString() const noexcept {
     try {
         return ValueToString(&JsonValue(*this));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return std::string();
     }
 }
@@ -381,6 +408,7 @@ XString XJson::AsXString() const noexcept {
     try {
         return XString::FromUtf8(ValueToString(&JsonValue(*this)));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return XString();
     }
 }
@@ -434,6 +462,7 @@ std::string XJson::ToJson() const noexcept {
         if (NeedsSanitizing(JsonValue(*this))) return json::serialize(Sanitized(JsonValue(*this)));
         return json::serialize(JsonValue(*this));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return std::string();
     }
 }

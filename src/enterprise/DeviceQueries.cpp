@@ -81,7 +81,7 @@ ISocketReply* PelmorSocketEnterprise::Feedback(ISocketFeedback* feedback,
             return params;
         },
         // The service's answer sentence, also when it refused.
-        [&](HalvexReply& reply) { callback(reply.Message()); });
+        [&](HalvexReply& reply) { ServiceCall::Deliver(callback, reply.Message()); });
 }
 
 ISocketReply* PelmorSocketEnterprise::DeviceKey(std::function<void(ISocketInfoKey*)> callback) {

@@ -22,7 +22,7 @@ ISocketReply* PelmorSocketEnterprise::TokenCreate(
             const XString token = reply.Data().ToXString("token");
             SetToken(token);
             const auto expires = static_cast<unsigned long long>(reply.Data().ToInt64("expires"));
-            callback(token.c_str(), expires);
+            ServiceCall::Deliver(callback, token.c_str(), expires);
         });
 }
 

@@ -5,6 +5,7 @@
 // so each operation gives its empty result instead.
 
 #include <pelmor/ISocketDevice.h>
+#include <pelmor/platform/MemoryShortage.h>
 
 #include <cmath>
 #include <cstdio>
@@ -54,6 +55,7 @@ XString PelmorSocketHelper::DeviceToECID(ISocketDevice* device) {
         if (ecid.empty() && lowLevel) ecid = HexEcid(lowLevel->ecid);
         return ecid;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return XString();
     }
 }
@@ -71,6 +73,7 @@ XString PelmorSocketHelper::DeviceToProductType(ISocketDevice* device) {
         if (type.empty() && lowLevel) type = lowLevel->productType;
         return type;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return XString();
     }
 }
@@ -82,6 +85,7 @@ XString PelmorSocketHelper::DeviceToSerial(ISocketDevice* device) {
         const XSocketDeviceInfo* info = device->GetDeviceRecord();
         return info ? info->serialNumber : XString();
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return XString();
     }
 }
@@ -171,6 +175,7 @@ XJson PelmorSocketHelper::DeviceToJson(ISocketDevice* device) {
         json.Add("fiveCode", device->IsFiveCode() ? 1 : 0);
         return json;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return XJson();
     }
 }

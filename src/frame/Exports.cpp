@@ -1,4 +1,5 @@
 #include <pelmor/PelmorSocket.h>
+#include <pelmor/platform/MemoryShortage.h>
 
 #include <new>
 
@@ -15,14 +16,15 @@ bool _07E1B4A0_9C19_4E0D_9C9E_DB8DE5EA4D5F(ENUM_PELMOR_SOCKET_EDITION edition, c
     _StaticSocketEdition = edition;
     if (edition != PELMOR_SOCKET_EDITION_STANDARD && edition != PELMOR_SOCKET_EDITION_ENTERPRISE)
         return _StaticInterfaceSocket != nullptr;
+    const unsigned long long shortagesBefore = Pelmor::MemoryShortages();
     PelmorSocketInterface* created = nullptr;
-    try {
-        if (edition == PELMOR_SOCKET_EDITION_STANDARD)
-            created = new (std::nothrow) PelmorSocketStandard(edition, source, version);
-        else
-            created = new (std::nothrow) PelmorSocketEnterprise(edition, source, version);
-    } catch (...) {
-        // Copying the settings ran out of memory; the object was freed on the way out.
+    if (edition == PELMOR_SOCKET_EDITION_STANDARD)
+        created = new (std::nothrow) PelmorSocketStandard(edition, source, version);
+    else
+        created = new (std::nothrow) PelmorSocketEnterprise(edition, source, version);
+    if (created && Pelmor::MemoryShortages() != shortagesBefore) {
+        // Storing the source or version ran out of memory: an object with the old settings is no success.
+        delete created;
         created = nullptr;
     }
     // An earlier object is replaced, not destroyed: the host may still hold its pointer.

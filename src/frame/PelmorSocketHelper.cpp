@@ -1,9 +1,9 @@
 #include "PelmorSocketHelper.h"
 
-#include "LibraryHooks.h"
-#include "ServiceHosts.h"
+#include <pelmor/platform/MemoryShortage.h>
 
-#include <cstdlib>
+#include "LibraryHooks.h"
+#include "transport/ServiceHosts.h"
 
 // Process-wide settings. Constructed when the library is loaded, in this order, and never locked: the
 // host must not change them while another thread builds a request.
@@ -27,36 +27,51 @@ struct ModuleLifetime {
 };
 const ModuleLifetime moduleLifetime;
 
-// One installed build can be pointed at an emulator on any port; the compiled host is the production one.
-XString ServiceHost() {
-    const char* host = std::getenv("PELMOR_SERVICE_HOST");
-    return host && *host ? XString::FromUtf8(host) : XString(L"" PELMOR_SERVICE_HOST);
-}
-const XString kServiceHost = ServiceHost();
-
-const XString kEnterpriseAddress = XString(L"http://") + kServiceHost + XString(L"/brisel-ent/api");
-const XString kStandardAddress = XString(L"http://") + kServiceHost + XString(L"/modules/app/api.do?");
-const XString kFallbackAddress = XString(L"http://") + kServiceHost + XString(L"/");
+const XString kEnterpriseAddress(XString::FromUtf8("http://" + ServiceHosts::Service() + "/brisel-ent/api"));
+const XString kStandardAddress(XString::FromUtf8("http://" + ServiceHosts::Service() +
+                                                 "/modules/app/api.do?"));
+const XString kFallbackAddress(XString::FromUtf8("http://" + ServiceHosts::Service() + "/"));
 
 }  // namespace
 
+// The setters copy texts and so may run out of memory: the setting then keeps its old value, and the
+// shortage is noted so that nothing built on the new value goes out.
 void PelmorSocketHelper::Initialize(ENUM_PELMOR_SOCKET_EDITION edition, const XString& source,
                                     const XString& version) {
     _StaticSocketEdition = edition;
-    _StaticSocketSource = source;
-    _StaticSocketVersion = version;
+    try {
+        XString newSource(source);
+        XString newVersion(version);
+        _StaticSocketSource.swap(newSource);
+        _StaticSocketVersion.swap(newVersion);
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
 }
 
 void PelmorSocketHelper::SetToken(const XString& token) {
-    _StaticSocketToken = token;
+    try {
+        _StaticSocketToken = token;
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
 }
 
 XString PelmorSocketHelper::GetToken() {
-    return _StaticSocketToken;
+    try {
+        return _StaticSocketToken;
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+        return XString();
+    }
 }
 
 void PelmorSocketHelper::SetSource(const XString& source) {
-    _StaticSocketSource = source;
+    try {
+        _StaticSocketSource = source;
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
 }
 
 PelmorSocketHelper::~PelmorSocketHelper() = default;

@@ -2,6 +2,8 @@
 
 #include <pelmor/HalvexHTTP.h>
 
+#include <pelmor/platform/MemoryShortage.h>
+
 #include <QByteArray>
 #include <new>
 #include <string>
@@ -18,20 +20,50 @@
 // An operation states only what differs: its name, its checks, its parameters and what it reads.
 namespace ServiceCall {
 
-// params() builds the parameters object; onReply(HalvexReply&) reads the reply and calls the callback.
-// A failed allocation while building or posting leaves the reply as it stands and calls nothing back. The
-// callback itself runs outside any handler: one that throws ends the process, as documented for hosts.
-template <typename Post, typename OnReply>
-HalvexReply* Exchange(bool argumentsPresent, Post&& post, OnReply&& onReply) noexcept {
+namespace detail {
+
+// The memory-shortage count when the exchange began to take in its reply; Deliver and HandRecord compare
+// against it.
+inline thread_local unsigned long long shortagesBeforeReading = 0;
+
+// Marks the start of reading a reply, and puts back the outer mark when a host calls another operation
+// from inside a callback.
+class ReadingMark {
+  public:
+    ReadingMark() noexcept : outer_(shortagesBeforeReading) {
+        shortagesBeforeReading = Pelmor::MemoryShortages();
+    }
+    ~ReadingMark() { shortagesBeforeReading = outer_; }
+    ReadingMark(const ReadingMark&) = delete;
+    ReadingMark& operator=(const ReadingMark&) = delete;
+
+  private:
+    unsigned long long outer_;
+};
+
+}  // namespace detail
+
+// build() makes the request document, send(reply, document) posts it and says whether a reply document came
+// back, onReply(HalvexReply&) reads the reply and hands it on with Deliver or HandRecord.
+// Running out of memory anywhere in these steps skips the rest and leaves the reply as it stands. A document
+// that came out short is not sent: the service would take it for another request. Host callbacks run only
+// through Deliver and HandRecord, which are noexcept, so that a callback that throws ends the process rather
+// than landing in the handlers here.
+template <typename Build, typename Send, typename OnReply>
+HalvexReply* Exchange(bool argumentsPresent, Build&& build, Send&& send, OnReply&& onReply) noexcept {
     HalvexReply* reply = new (std::nothrow) HalvexReply();
     if (!reply || !argumentsPresent) return reply;
-    bool received = false;
     try {
-        received = post(reply);
+        const unsigned long long shortagesBeforeBuilding = Pelmor::MemoryShortages();
+        XJson document = build();
+        if (Pelmor::MemoryShortages() != shortagesBeforeBuilding) return reply;
+        // From here a shortage means the reply or what is read from it may be incomplete.
+        const detail::ReadingMark mark;
+        if (!send(reply, std::move(document))) return reply;
+        onReply(*reply);
     } catch (...) {
-        received = false;
+        // Out of memory: the reply keeps the code it has.
     }
-    if (received) onReply(*reply);
     return reply;
 }
 
@@ -40,10 +72,9 @@ template <typename Params, typename OnReply>
 HalvexReply* Standard(const char* method, bool argumentsPresent, Params&& params,
                       OnReply&& onReply) noexcept {
     return Exchange(
-        argumentsPresent,
-        [&](HalvexReply* reply) {
-            return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(),
-                                    PelmorSocketHelper::BuildJson(method, params()));
+        argumentsPresent, [&] { return PelmorSocketHelper::BuildJson(method, params()); },
+        [](HalvexReply* reply, XJson document) {
+            return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(), std::move(document));
         },
         std::forward<OnReply>(onReply));
 }
@@ -53,12 +84,20 @@ template <typename Params, typename OnReply>
 HalvexReply* Enterprise(const wchar_t* path, bool argumentsPresent, Params&& params,
                         OnReply&& onReply) noexcept {
     return Exchange(
-        argumentsPresent,
-        [&](HalvexReply* reply) {
+        argumentsPresent, [&] { return PelmorSocketHelper::BuildJson(params()); },
+        [path](HalvexReply* reply, XJson document) {
             return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(), XString(path),
-                                    PelmorSocketHelper::BuildJson(params()));
+                                    std::move(document));
         },
         std::forward<OnReply>(onReply));
+}
+
+// Calls a host callback with values read from the reply, unless reading them ran short of memory (they
+// would be incomplete). A callback that throws ends the process here.
+template <typename Callback, typename... Values>
+void Deliver(const Callback& callback, Values&&... values) noexcept {
+    if (Pelmor::MemoryShortages() != detail::shortagesBeforeReading) return;
+    callback(std::forward<Values>(values)...);
 }
 
 // A narrow text parameter: a missing text goes as an empty one, and bytes end at the first zero byte,
@@ -75,7 +114,8 @@ inline std::string Text(const QByteArray& bytes) {
 inline void NoReply(HalvexReply&) noexcept {}
 
 // Builds a record with make() (a pointer from a non-throwing new, or null), hands it to callback and
-// destroys it when the callback returns. No record, no callback.
+// destroys it when the callback returns. No record, or one that ran short of memory while it was filled,
+// no callback.
 template <typename Make, typename Callback>
 void HandRecord(Make&& make, const Callback& callback) noexcept {
     auto* record = [&]() noexcept -> decltype(make()) {
@@ -86,7 +126,7 @@ void HandRecord(Make&& make, const Callback& callback) noexcept {
         }
     }();
     if (!record) return;
-    callback(record);
+    if (Pelmor::MemoryShortages() == detail::shortagesBeforeReading) callback(record);
     delete record;
 }
 

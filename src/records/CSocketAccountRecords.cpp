@@ -1,4 +1,5 @@
 #include "records/CSocketAccountRecords.h"
+#include <pelmor/platform/MemoryShortage.h>
 
 #include <pelmor/platform/PelmorMemory.h>
 
@@ -15,6 +16,7 @@ void CSocketInfoAccount::SetJson(XJson& data) noexcept {
         merchantName_ = data.ToXString("merchantName");
         merchantLogo_ = data.ToXString("merchantLogo");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -25,6 +27,7 @@ void CSocketInfoUser::SetJson(XJson& data) noexcept {
         headImage_ = data.ToXString("avatar");
         phone_ = data.ToXString("mobile");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -35,6 +38,7 @@ void CSocketInfoWechar::SetJson(XJson& data) noexcept {
         headImage_ = data.ToXString("avatar");
         phone_ = data.ToXString("mobile");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -43,6 +47,7 @@ void CSocketInfoHeartbeat::SetJson(XJson& data) noexcept {
         time_ = data.ToString("date");
         address_ = data.ToString("address");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -56,6 +61,7 @@ void CSocketInfoNotify::SetJson(XJson& data) noexcept {
         popup_ = data.ToBool("popup");
         updateTime_ = data.ToInt64("updateTime");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -90,6 +96,7 @@ void CSocketInfoImage::SetJson(XJson& data) noexcept {
         name_ = data.ToString("imgName");
         image_ = data.ToString("imgStr");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 

@@ -1,4 +1,5 @@
 #include "records/CSocketDeviceQueries.h"
+#include <pelmor/platform/MemoryShortage.h>
 
 #include <pelmor/PelmorSocket.h>
 
@@ -13,6 +14,7 @@ CSocketInfoColor::CSocketInfoColor(XJson& data) noexcept {
         frontColor_ = data.ToXString("frontColor");
         backColor_ = data.ToXString("backColor");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -29,6 +31,7 @@ CSocketInfoScreen::CSocketInfoScreen(XJson& data) noexcept {
         // The service's own spelling.
         date_ = data.ToXString("manufactureData");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -45,6 +48,7 @@ CSocketInfoAirPods::CSocketInfoAirPods() noexcept {
         serialNumber_ = QString::fromUtf8("");
         describe_ = QString::fromUtf8("");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -55,6 +59,7 @@ void CSocketInfoAirPods::SetJson(XJson& data) noexcept {
         describe_ = RecordText::ToQString(data, "describe");
         apple_ = data.ToBool("apple");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -63,6 +68,7 @@ void CSocketQueryBasic::SetJson(XJson data) noexcept {
         colorFront_ = data.ToString("frontColor");
         colorBack_ = data.ToString("backColor");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -73,6 +79,7 @@ CSocketQueryWarranty::CSocketQueryWarranty(XJson data) noexcept {
         warranty_ = data.ToXString("warranty");
         daysleft_ = data.ToInt(enterprise ? "daysleft" : "leftDays");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 

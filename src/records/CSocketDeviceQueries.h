@@ -1,5 +1,6 @@
 #pragma once
 
+#include <pelmor/platform/MemoryShortage.h>
 #include <pelmor/platform/XJson.h>
 #include <pelmor/platform/XString.h>
 #include <pelmor/records/DeviceQueries.h>
@@ -96,6 +97,7 @@ class CSocketQueryCheckLine : public Interface {
             result_ = data.ToString("result");
             if (RecordText::ContainsY(data.ToString("show"))) show_ = true;
         } catch (...) {
+            Pelmor::NoteMemoryShortage();
             // Out of memory: the line keeps what it read so far.
         }
     }

@@ -1,4 +1,5 @@
 #include "records/CSocketInfoBackup.h"
+#include <pelmor/platform/MemoryShortage.h>
 
 void CSocketInfoBackup::SetJson(XJson& data) noexcept {
     try {
@@ -23,6 +24,7 @@ void CSocketInfoBackup::SetJson(XJson& data) noexcept {
         pscl_ = data.ToString("pscl");
         backup_ = data.ToString("backup");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         // Out of memory: the record keeps what it read so far.
     }
 }
@@ -34,5 +36,6 @@ void CSocketInfoKey::SetJson(XJson data) noexcept {
         backupClass_ = data.ToString("verifyDevice13Class");
         backupKey_ = data.ToString("verifyDevice13Key");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }

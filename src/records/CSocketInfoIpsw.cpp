@@ -1,4 +1,5 @@
 #include "records/CSocketInfoIpsw.h"
+#include <pelmor/platform/MemoryShortage.h>
 
 #include "records/RecordList.h"
 
@@ -36,6 +37,7 @@ void CSocketInfoIpswItem::SetJson(XJson& item) noexcept {
         md5_ = item.ToXString("md5sum");
         bytes_ = item.ToInt64("byteSize");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         // Out of memory: the item keeps what it read so far.
     }
 }

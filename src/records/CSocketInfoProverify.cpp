@@ -1,9 +1,11 @@
 #include "records/CSocketInfoProverify.h"
+#include <pelmor/platform/MemoryShortage.h>
 
 #include <pelmor/platform/PlatformString.h>
 
 #include <new>
 
+#include "records/RecordList.h"
 #include "records/RecordText.h"
 
 namespace {
@@ -57,6 +59,7 @@ CSocketInfoProverifyItem::CSocketInfoProverifyItem(XJson& item) noexcept {
         message_ = WQ(item.ToXString("msg"));
         key_ = ItemKeyOf(keyText);
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         // Out of memory: the item keeps what it read so far.
     }
 }
@@ -71,6 +74,7 @@ CSocketInfoProverifyVar::CSocketInfoProverifyVar(QString key, XJson object) noex
         result_ = result;
         key_ = VariableKeyOf(key);
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
     }
 }
 
@@ -79,15 +83,20 @@ CSocketInfoProverify::CSocketInfoProverify(XJson& data) noexcept {
         price_ = data.ToDouble("price");
         date_ = WQ(data.ToXString("reportDate"));
 
-        // Every element becomes an item, empty ones included.
+        // Every element becomes an item, empty ones included, up to the limit of one list.
         const XJson list = data["listItem"];
-        for (unsigned i = 0; i < list.GetArraySize(); ++i) {
+        const unsigned count = list.GetArraySize();
+        for (unsigned i = 0; i < count && static_cast<unsigned>(items_.size()) < RecordList::kMaxItems; ++i) {
             XJson element = list[i];
             CSocketInfoProverifyItem* item = new (std::nothrow) CSocketInfoProverifyItem(element);
-            if (!item) continue;
+            if (!item) {
+                Pelmor::NoteMemoryShortage();
+                continue;
+            }
             try {
                 items_.append(item);
             } catch (...) {
+                Pelmor::NoteMemoryShortage();
                 delete item;
             }
         }
@@ -97,14 +106,19 @@ CSocketInfoProverify::CSocketInfoProverify(XJson& data) noexcept {
         for (const char* key : kVariableKeys) {
             CSocketInfoProverifyVar* variable =
                 new (std::nothrow) CSocketInfoProverifyVar(QString::fromLatin1(key), variables.ToObject(key));
-            if (!variable) continue;
+            if (!variable) {
+                Pelmor::NoteMemoryShortage();
+                continue;
+            }
             try {
                 variables_.append(variable);
             } catch (...) {
+                Pelmor::NoteMemoryShortage();
                 delete variable;
             }
         }
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         // Out of memory: the report keeps what it built so far.
     }
 }

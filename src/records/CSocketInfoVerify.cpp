@@ -1,7 +1,9 @@
 #include "records/CSocketInfoVerify.h"
+#include <pelmor/platform/MemoryShortage.h>
 
 #include <new>
 
+#include "records/RecordList.h"
 #include "records/RecordText.h"
 
 using RecordText::Copy;
@@ -78,6 +80,7 @@ void CSocketInfoVerifyItem::SetJson(EDeviceVerifyClassify classify, XJson& item)
         business_ = item.ToBool("cert");
         key_ = KeyOf(item.ToXString("key"));
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         // Out of memory: the item keeps what it read so far.
     }
 }
@@ -216,16 +219,22 @@ void CSocketInfoVerify::SetJson(XJson& data) noexcept {
         }
 
         const XJson list = data["resultList"];
-        for (unsigned i = 0; i < list.GetArraySize(); ++i) {
+        const unsigned count = list.GetArraySize();
+        for (unsigned i = 0; i < count && items_.size() < RecordList::kMaxItems; ++i) {
             XJson element = list[i];
-            if (element.IsEmpty()) continue;
+            // A line is an object; anything else would only make an item of empty texts.
+            if (!element.IsObject() || element.IsEmpty()) continue;
             const EDeviceVerifyClassify classify = ClassifyOf(element.ToXString("tag"));
             CSocketInfoVerifyItem* item = new (std::nothrow) CSocketInfoVerifyItem();
-            if (!item) continue;
+            if (!item) {
+                Pelmor::NoteMemoryShortage();
+                continue;
+            }
             item->SetJson(classify, element);
             try {
                 items_.push_back(item);
             } catch (...) {
+                Pelmor::NoteMemoryShortage();
                 delete item;
             }
         }
@@ -235,6 +244,7 @@ void CSocketInfoVerify::SetJson(XJson& data) noexcept {
         ReadTopic(data, "sim", simValue_, simState_);
         ReadTopic(data, "hardDisk", harddiskValue_, harddiskState_);
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         // Out of memory: the report keeps what it read so far.
     }
 }

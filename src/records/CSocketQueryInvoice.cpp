@@ -1,4 +1,5 @@
 #include "records/CSocketQueryInvoice.h"
+#include <pelmor/platform/MemoryShortage.h>
 
 #include "records/RecordList.h"
 
@@ -10,6 +11,7 @@ void CSocketQueryInvoiceItem::SetJson(XJson& item) noexcept {
         amount_ = item.ToDouble("cost");
         balance_ = item.ToDouble("balance");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         // Out of memory: the line keeps what it read so far.
     }
 }

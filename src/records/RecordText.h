@@ -1,5 +1,6 @@
 #pragma once
 
+#include <pelmor/platform/MemoryShortage.h>
 #include <pelmor/platform/PlatformString.h>
 #include <pelmor/platform/XJson.h>
 
@@ -16,6 +17,7 @@ Text Copy(const Text& text) noexcept {
     try {
         return text;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return Text();
     }
 }

@@ -1,3 +1,4 @@
+#include <pelmor/platform/MemoryShortage.h>
 #include <pelmor/records/VerifyFeedbackReply.h>
 
 XSocketInfoVerifyFeedbackReply::XSocketInfoVerifyFeedbackReply(XJson data) noexcept {
@@ -7,6 +8,7 @@ XSocketInfoVerifyFeedbackReply::XSocketInfoVerifyFeedbackReply(XJson data) noexc
         feedbackDate_ = data.ToXString("feedbackDate");
         replyMessage_ = data.ToXString("message");
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         // Out of memory: the reply keeps what it read so far.
     }
 }

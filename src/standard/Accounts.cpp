@@ -1,9 +1,12 @@
 #include <pelmor/HalvexHTTP.h>
 
+#include <algorithm>
+
 #include "PelmorSocketStandard.h"
 #include "StandardCall.h"
 #include "frame/ServiceCall.h"
 #include "records/CSocketRecords.h"
+#include "records/RecordList.h"
 
 using ServiceCall::FilledRecord;
 using StandardCall::AllPresent;
@@ -59,7 +62,9 @@ ISocketReply* PelmorSocketStandard::WecharReplyQRCode(
         },
         [&](HalvexReply& reply) {
             const XJson& data = reply.Data();
-            callback(data.ToXString("key").c_str(), QByteArray(data.ToString("qr").c_str()));
+            const XString key = data.ToXString("key");
+            const QByteArray qr(data.ToString("qr").c_str());
+            ServiceCall::Deliver(callback, key.c_str(), qr);
         });
 }
 
@@ -103,7 +108,7 @@ ISocketReply* PelmorSocketStandard::TokenHeartbeat(const wchar_t* key, std::func
     const std::initializer_list<WideParam> params = {{"key", key}};
     return ServiceCall::Standard(
         "user.beat", AllPresent(params) && callback, [&] { return WideParams(params); },
-        [&](HalvexReply& reply) { callback(reply.Data().ToBool("online")); });
+        [&](HalvexReply& reply) { ServiceCall::Deliver(callback, reply.Data().ToBool("online")); });
 }
 
 ISocketReply* PelmorSocketStandard::TokenUpdateSpread(const wchar_t* referralCode) {
@@ -128,9 +133,10 @@ ISocketReply* PelmorSocketStandard::TokenQueryNotifyList(std::function<void(long
         "msg.lists", bool(callback), [] { return XJson(); },
         [&](HalvexReply& reply) {
             const XJson ids = reply.Data()["ids"];
-            for (unsigned i = 0; i < ids.GetArraySize(); ++i) {
+            const unsigned count = std::min(ids.GetArraySize(), RecordList::kMaxItems);
+            for (unsigned i = 0; i < count; ++i) {
                 const XJson notice = ids[i];
-                callback(notice.ToInt64("id"), notice.ToInt64("updateTime"));
+                ServiceCall::Deliver(callback, notice.ToInt64("id"), notice.ToInt64("updateTime"));
             }
         });
 }

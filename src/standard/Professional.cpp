@@ -22,7 +22,7 @@ ISocketReply* PelmorSocketStandard::ProfessionalCheck(ISocketDevice* device,
         },
         [&](HalvexReply& reply) {
             const XJson& data = reply.Data();
-            callback(data.ToBool("exist"), data.ToDouble("price"));
+            ServiceCall::Deliver(callback, data.ToBool("exist"), data.ToDouble("price"));
         });
 }
 
@@ -38,8 +38,8 @@ ISocketReply* PelmorSocketStandard::PaymentPicture(ISocketDevice* device, bool w
         },
         [&](HalvexReply& reply) {
             const XJson& data = reply.Data();
-            callback(Platform::String::WQ(data.ToXString("tradeNo")),
-                     QByteArray(data.ToString("qrcode").c_str()));
+            ServiceCall::Deliver(callback, Platform::String::WQ(data.ToXString("tradeNo")),
+                                 QByteArray(data.ToString("qrcode").c_str()));
         });
 }
 
@@ -51,7 +51,7 @@ ISocketReply* PelmorSocketStandard::PaymentResult(QString tradeNo, std::function
             params.Append("tradeNo", Platform::String::QW(tradeNo));
             return params;
         },
-        [&](HalvexReply& reply) { callback(reply.Data().ToBool("status")); });
+        [&](HalvexReply& reply) { ServiceCall::Deliver(callback, reply.Data().ToBool("status")); });
 }
 
 ISocketReply* PelmorSocketStandard::ProfessionalVerify(ISocketDevice* device, QByteArray file,

@@ -43,7 +43,10 @@ inline const XSocketDeviceFile* FileRecord(ISocketDevice* device) {
 // The callback is called with one text of the data as wide text, valid for the call only.
 template <typename Callback>
 auto WideText(const char* key, const Callback& callback) {
-    return [key, &callback](HalvexReply& reply) { callback(reply.Data().ToXString(key).c_str()); };
+    return [key, &callback](HalvexReply& reply) {
+        const XString text = reply.Data().ToXString(key);
+        ServiceCall::Deliver(callback, text.c_str());
+    };
 }
 
 }  // namespace StandardCall

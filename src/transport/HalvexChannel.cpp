@@ -30,15 +30,19 @@ bool IsGatewayFailure(int status) {
 
 QByteArray HalvexHTTP::Encrypt_BASE64_AES(XJson& document) {
     try {
-        const QByteArray cipher = XCrypt::AES::CBC::EncryptPKCS7(Key(), Iv(), BytesOf(document.ToJson()));
+        // Rendering gives "" only when it ran out of memory (a document renders at least as "{}"): send
+        // nothing rather than an empty request.
+        const std::string text = document.ToJson();
+        if (text.empty()) return QByteArray();
+        const QByteArray cipher = XCrypt::AES::CBC::EncryptPKCS7(Key(), Iv(), BytesOf(text));
         const QByteArray inner = XCrypt::BASE64::Encode(cipher);
         if (inner.isEmpty()) return QByteArray();
         // {"En":1,"data":"<inner>"} written out directly: Base64 text needs no escaping, and this is on
         // every request's path.
-        const std::string text = TextOf(inner);
+        const std::string innerText = TextOf(inner);
         std::string envelope;
-        envelope.reserve(text.size() + 20);
-        envelope.append(R"({"En":1,"data":")").append(text).append(R"("})");
+        envelope.reserve(innerText.size() + 20);
+        envelope.append(R"({"En":1,"data":")").append(innerText).append(R"("})");
         const QByteArray body = XCrypt::BASE64::Encode(BytesOf(envelope));
         return body.left(static_cast<int>(qstrnlen(body.constData(), body.size())));
     } catch (...) {

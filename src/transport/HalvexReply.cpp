@@ -1,5 +1,9 @@
 #include <pelmor/HalvexReply.h>
+#include <pelmor/platform/MemoryShortage.h>
 #include <pelmor/platform/PlatformString.h>
+
+#include <new>
+#include <utility>
 
 #include <cstddef>
 #include <iterator>
@@ -35,10 +39,14 @@ struct LocalTexts {
     QString fallback = Wide(kFallbackMessage);
 
     LocalTexts() {
+        const unsigned long long shortagesBefore = Pelmor::MemoryShortages();
         for (std::size_t i = 0; i < std::size(kLocalFailures); ++i) {
             names[i] = Wide(kLocalFailures[i].name);
             messages[i] = Wide(kLocalFailures[i].message);
         }
+        // Texts left empty by a shortage must not stay for the life of the process: throwing leaves the
+        // static unmade, and the next reply tries again.
+        if (Pelmor::MemoryShortages() != shortagesBefore || fallback.isEmpty()) throw std::bad_alloc();
     }
 };
 
@@ -89,6 +97,7 @@ QString HalvexReply::Message() const {
     try {
         return error_.isEmpty() ? Texts().fallback : message_;
     } catch (...) {
+        Pelmor::NoteMemoryShortage();
         return QString();
     }
 }
@@ -106,18 +115,33 @@ void HalvexReply::Update(int code) {
             error_ = texts.names[index];
             message_ = texts.messages[index];
         } catch (...) {
+            Pelmor::NoteMemoryShortage();
             // Out of memory: the code alone still tells the failure.
         }
     }
 }
 
 void HalvexReply::Update(XJson& reply) {
-    token_ = Platform::String::WQ(reply.ToXString("token"));
-    code_ = reply.ToInt("code");
-    error_ = Platform::String::WQ(reply.ToXString("error"));
-    message_ = Platform::String::WQ(reply.ToXString("msg"));
-    timestamp_ = reply.ToInt64("timestamp");
-    data_ = reply["data"];
+    // Everything is read first and the fields change only when all of it was read, so that running out of
+    // memory leaves the reply as it was instead of a success with half its texts.
+    const unsigned long long shortagesBefore = Pelmor::MemoryShortages();
+    try {
+        QString token = Platform::String::WQ(reply.ToXString("token"));
+        const int code = reply.ToInt("code");
+        QString error = Platform::String::WQ(reply.ToXString("error"));
+        QString message = Platform::String::WQ(reply.ToXString("msg"));
+        const long long timestamp = reply.ToInt64("timestamp");
+        XJson data = reply["data"];
+        if (Pelmor::MemoryShortages() != shortagesBefore) return;
+        token_.swap(token);
+        code_ = code;
+        error_.swap(error);
+        message_.swap(message);
+        timestamp_ = timestamp;
+        data_ = std::move(data);
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
 }
 
 XJson& HalvexReply::Data() {

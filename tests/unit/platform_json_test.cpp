@@ -2,6 +2,8 @@
 #include <pelmor/platform/XJson.h>
 
 #include <climits>
+#include <limits>
+#include <string>
 
 namespace {
 
@@ -127,6 +129,33 @@ TEST(XJsonText, InvalidUtf8NeverReachesTheWire) {
     wide.Append("name", XString(L"设备\U0001F600"));
     EXPECT_EQ(wide.ToJson(), "{\"name\":\"设备\xF0\x9F\x98\x80\"}");
     EXPECT_EQ(wide.ToXString("name"), XString(L"设备\U0001F600"));
+}
+
+// The JSON library turns numbers out of range into infinity (and some into NaN); neither may reach a
+// reader as such, nor the wire as "Infinity" or "NaN".
+TEST(XJsonNumbers, OutOfRangeReadsAndRendersFinite) {
+    XJson parsed(std::string(R"({"up":1e400,"down":-1e400,"zero":0e322,"list":[1e999,-2e999]})"));
+    ASSERT_FALSE(parsed.IsEmpty());
+    EXPECT_EQ(parsed.ToDouble("up"), std::numeric_limits<double>::max());
+    EXPECT_EQ(parsed.ToDouble("down"), std::numeric_limits<double>::lowest());
+    EXPECT_EQ(parsed.ToDouble("zero"), 0.0);
+    EXPECT_EQ(parsed.ToInt64("up"), LLONG_MAX);
+    EXPECT_EQ(parsed["list"][1u].AsDouble(), std::numeric_limits<double>::lowest());
+
+    const std::string text = parsed.ToJson();
+    EXPECT_EQ(text.find("Infinity"), std::string::npos) << text;
+    EXPECT_EQ(text.find("NaN"), std::string::npos) << text;
+    EXPECT_EQ(text.find("inf"), std::string::npos) << text;
+    XJson again(text);
+    ASSERT_FALSE(again.IsEmpty()) << "rendered text must be JSON again: " << text;
+    EXPECT_EQ(again.ToDouble("up"), std::numeric_limits<double>::max());
+    EXPECT_EQ(again.ToDouble("zero"), 0.0);
+    EXPECT_EQ(std::stod(parsed.ToString("down")), std::numeric_limits<double>::lowest());
+
+    XJson built;
+    built.Add("nan", std::numeric_limits<double>::quiet_NaN());
+    built.Add("inf", std::numeric_limits<double>::infinity());
+    EXPECT_TRUE(XJson(built.ToJson()).Contains("nan")) << built.ToJson();
 }
 
 TEST(XJsonValue, CopiesAreIndependent) {
