@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <boost/json/parse.hpp>
 #include <cmath>
+#include <limits>
 #include <string>
 
 #include "FuzzSupport.h"
@@ -45,12 +46,21 @@ void ReadEverything(const XJson& value, const boost::json::value* shape, int dep
     ReadEverything(value[size], nullptr, 99);  // past the end
 }
 
+// Boost.JSON turns some numbers (1e400, 0e322) into infinity or NaN; the library reads those as the
+// largest finite double of their sign and as 0.
+double AsRead(double value) {
+    if (std::isnan(value)) return 0;
+    if (std::isinf(value))
+        return value > 0 ? std::numeric_limits<double>::max() : std::numeric_limits<double>::lowest();
+    return value;
+}
+
 // Equal, except that a double may come back a few units in the last place off: Boost.JSON 1.81 does not
 // round every long decimal exactly when it parses (its precise mode came later).
 bool SameValue(const boost::json::value& a, const boost::json::value& b) {
     if (a.is_number() && b.is_number()) {
         if (a.is_double() || b.is_double()) {
-            const double x = a.to_number<double>(), y = b.to_number<double>();
+            const double x = AsRead(a.to_number<double>()), y = AsRead(b.to_number<double>());
             return x == y || std::fabs(x - y) <= 1e-15 * std::max(std::fabs(x), std::fabs(y));
         }
         return a == b;
