@@ -1,16 +1,22 @@
-// Sequential requests over loopback against a running pelmor-emulator on the compiled service host:
-// the library's configuration fetch, and a bare libcurl POST of the same body on one kept-alive handle.
-// The library should stay within 10% of the bare POST.
+// Sequential requests over loopback against a running pelmor-emulator: the library beside a bare libcurl
+// POST of the identical body on one kept-alive handle, for the configuration fetch and for a real-sized
+// VerifyDevice (complete handset, 4 KiB file), and that VerifyDevice from one and from two threads.
 #include <benchmark/benchmark.h>
 #include <curl/curl.h>
-#include <pelmor/HalvexHTTP.h>
 #include <pelmor/PelmorSocket.h>
 
 #include <string>
 
+#include "BenchSupport.h"
 #include "frame/PelmorSocketHelper.h"
 
 namespace {
+
+constexpr std::size_t kRealFileBytes = 4096;
+
+void CountRequests(benchmark::State& state) {
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));
+}
 
 void BM_Library_ConfigurationFetch(benchmark::State& state) {
     for (auto _ : state) {
@@ -24,29 +30,62 @@ void BM_Library_ConfigurationFetch(benchmark::State& state) {
             break;
         }
     }
-    state.counters["requests_per_s"] =
-        benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+    CountRequests(state);
 }
 BENCHMARK(BM_Library_ConfigurationFetch)->UseRealTime();
+
+const QByteArray& RealSizedFile() {
+    static const QByteArray file = Bench::FileOfSize(kRealFileBytes);
+    return file;
+}
+
+bool VerifyRealSized() {
+    bool called = false;
+    ISocketReply* reply = Bench::Service().VerifyDevice(&Bench::CompleteDevice(), RealSizedFile(),
+                                                        [&](ISocketInfoVerify*) { called = true; });
+    const bool ok = reply && reply->Code() == 0 && called;
+    if (reply) reply->Release();
+    return ok;
+}
+
+void BM_Library_VerifyDevice(benchmark::State& state) {
+    for (auto _ : state) {
+        if (!VerifyRealSized()) {
+            state.SkipWithError("VerifyDevice failed: is pelmor-emulator running on " PELMOR_SERVICE_HOST
+                                "?");
+            break;
+        }
+    }
+    CountRequests(state);
+}
+// Setup creates the service object and loads the handset before any thread starts.
+BENCHMARK(BM_Library_VerifyDevice)
+    ->Setup([](const benchmark::State&) { Bench::CompleteDevice(), Bench::Service(); })
+    ->Threads(1)
+    ->Threads(2)
+    ->UseRealTime();
 
 std::size_t Collect(char* data, std::size_t size, std::size_t count, void* out) {
     static_cast<std::string*>(out)->append(data, size * count);
     return size * count;
 }
 
-void BM_RawCurl_SameBody(benchmark::State& state) {
-    XJson document = PelmorSocketHelper::BuildJson("client.config", XJson());
-    const QByteArray body = HalvexHTTP::Encrypt_BASE64_AES(document);
+// A bare keep-alive POST of body, with the headers the library sends.
+void RawPost(benchmark::State& state, const std::string& body) {
+    if (body.empty()) {
+        state.SkipWithError("no request body to send: is pelmor-emulator running on " PELMOR_SERVICE_HOST
+                            "?");
+        return;
+    }
     const std::string url = PelmorSocketHelper::RequestAddress().ToUtf8();
-
     CURL* curl = curl_easy_init();
-    curl_slist* headers = curl_slist_append(nullptr, "Content-Type: application/json");
+    curl_slist* headers = curl_slist_append(nullptr, "Content-Type: text/plain");
     headers = curl_slist_append(headers, "Expect:");
     std::string response;
     curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
     curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers);
-    curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.constData());
-    curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(body.size()));
+    curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.data());
+    curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, Collect);
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, &response);
     curl_easy_setopt(curl, CURLOPT_TIMEOUT, 30L);
@@ -60,12 +99,22 @@ void BM_RawCurl_SameBody(benchmark::State& state) {
         }
         benchmark::DoNotOptimize(response.data());
     }
-    state.counters["requests_per_s"] =
-        benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+    CountRequests(state);
     curl_slist_free_all(headers);
     curl_easy_cleanup(curl);
 }
-BENCHMARK(BM_RawCurl_SameBody)->UseRealTime();
+
+void BM_RawCurl_ConfigurationFetch(benchmark::State& state) {
+    RawPost(state, Bench::ConfigurationRequestBody());
+}
+BENCHMARK(BM_RawCurl_ConfigurationFetch)->UseRealTime();
+
+void BM_RawCurl_VerifyDevice(benchmark::State& state) {
+    // The exact body the library sent, as the emulator logged it.
+    static const std::string body = VerifyRealSized() ? Bench::LastRequestBody() : std::string();
+    RawPost(state, body);
+}
+BENCHMARK(BM_RawCurl_VerifyDevice)->UseRealTime();
 
 }  // namespace
 

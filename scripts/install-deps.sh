@@ -9,7 +9,7 @@ packages=(
     nlohmann-json3-dev libcpp-httplib-dev libqrencode-dev libqt5svg5-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     libimobiledevice-dev libplist-dev libusbmuxd-dev libirecovery-1.0-dev
-    clang-14 libclang-rt-14-dev
+    clang-14 libclang-rt-14-dev jq
 )
 
 missing=()

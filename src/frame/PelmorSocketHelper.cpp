@@ -5,8 +5,6 @@
 #include "LibraryHooks.h"
 #include "transport/ServiceHosts.h"
 
-#include <cstdlib>
-
 // Process-wide settings. Constructed when the library is loaded, in this order, and never locked: the
 // host must not change them while another thread builds a request.
 //
@@ -29,16 +27,10 @@ struct ModuleLifetime {
 };
 const ModuleLifetime moduleLifetime;
 
-// One installed build can be pointed at an emulator on any port; the compiled host is the production one.
-XString ServiceHost() {
-    const char* host = std::getenv("PELMOR_SERVICE_HOST");
-    return host && *host ? XString::FromUtf8(host) : XString(L"" PELMOR_SERVICE_HOST);
-}
-const XString kServiceHost = ServiceHost();
-
-const XString kEnterpriseAddress = XString(L"http://") + kServiceHost + XString(L"/brisel-ent/api");
-const XString kStandardAddress = XString(L"http://") + kServiceHost + XString(L"/modules/app/api.do?");
-const XString kFallbackAddress = XString(L"http://") + kServiceHost + XString(L"/");
+const XString kEnterpriseAddress(XString::FromUtf8("http://" + ServiceHosts::Service() + "/brisel-ent/api"));
+const XString kStandardAddress(XString::FromUtf8("http://" + ServiceHosts::Service() +
+                                                 "/modules/app/api.do?"));
+const XString kFallbackAddress(XString::FromUtf8("http://" + ServiceHosts::Service() + "/"));
 
 }  // namespace
 
@@ -97,9 +89,10 @@ XString PelmorSocketHelper::RequestAddress() {
 
 namespace {
 
-// The members both request forms share, in the order the service reads them.
-void AppendParamsAndSettings(XJson& document, const XJson& params) {
-    document.Append("params", params);
+// The members both request forms share, in the order the service reads them. The parameters are moved
+// in: they may carry a device's whole file.
+void AppendParamsAndSettings(XJson& document, XJson&& params) {
+    document.Add("params", std::move(params));
     document.Append("source", _StaticSocketSource);
     document.Append("token", _StaticSocketToken);
     document.Append("version", _StaticSocketVersion);
@@ -107,16 +100,16 @@ void AppendParamsAndSettings(XJson& document, const XJson& params) {
 
 }  // namespace
 
-XJson PelmorSocketHelper::BuildJson(const char* method, const XJson& params) {
+XJson PelmorSocketHelper::BuildJson(const char* method, XJson params) {
     XJson document;
-    document.Add("method", std::string(method));
-    AppendParamsAndSettings(document, params);
+    document.Add("method", method);
+    AppendParamsAndSettings(document, std::move(params));
     return document;
 }
 
-XJson PelmorSocketHelper::BuildJson(const XJson& params) {
+XJson PelmorSocketHelper::BuildJson(XJson params) {
     XJson document;
-    AppendParamsAndSettings(document, params);
+    AppendParamsAndSettings(document, std::move(params));
     return document;
 }
 

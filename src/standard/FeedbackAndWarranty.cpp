@@ -85,7 +85,7 @@ bool PelmorSocketStandard::WarrantyVerify(ISocketDevice* device,
                                           std::function<void(const char*, const char*)> callback) {
     if (!device || !callback) return false;
     char url[1024] = {};
-    std::snprintf(url, sizeof url, "https://" PELMOR_COVERAGE_HOST "/gc?t=image&timestamp=%lld",
+    std::snprintf(url, sizeof url, "https://%s/gc?t=image&timestamp=%lld", ServiceHosts::Coverage().c_str(),
                   MillisecondsSinceEpoch());
     try {
         return HalvexHTTP::GETWarranty(url, callback);  // the copy of the callback may fail to allocate
@@ -102,10 +102,9 @@ bool PelmorSocketStandard::WarrantySelect(ISocketDevice* device, const char* coo
         // The page follows the region text alone; the referrer stays the "/cn/zh/" one either way.
         const bool mainland = DeviceRegion(device).find(L"CH/") != XString::npos;
         char url[1024] = {};
-        const int length = std::snprintf(url, sizeof url,
-                                         mainland ? "https://" PELMOR_COVERAGE_HOST "/cn/zh/?sn=%s"
-                                                  : "https://" PELMOR_COVERAGE_HOST "/us/eh/?sn=%s",
-                                         serial.c_str());
+        const int length =
+            std::snprintf(url, sizeof url, mainland ? "https://%s/cn/zh/?sn=%s" : "https://%s/us/eh/?sn=%s",
+                          ServiceHosts::Coverage().c_str(), serial.c_str());
         // A serial too long for the address would ask for another device's page: refuse it.
         if (length < 0 || static_cast<size_t>(length) >= sizeof url) return false;
         return HalvexHTTP::POSTWarranty(url, cookie, serial.c_str(), answer, callback);

@@ -8,6 +8,7 @@
 #include <cctype>
 #include <cstring>
 #include <memory>
+#include <string>
 
 #include "transport/ServiceHosts.h"
 
@@ -15,8 +16,10 @@ namespace {
 
 constexpr char kBrowser[] =
     "Mozilla/5.0 (Windows NT 5.1) AppleWebKit/537.36 (KHTML, like Gecko) Chrome/30.0.1599.69 Safari/537.36";
-constexpr char kHostHeader[] = "Host: " PELMOR_COVERAGE_HOST;
-constexpr char kFixedReferer[] = "Referer: https://" PELMOR_COVERAGE_HOST "/cn/zh/";
+const std::string kHostHeaderLine = "Host: " + ServiceHosts::Coverage();
+const std::string kFixedRefererLine = "Referer: https://" + ServiceHosts::Coverage() + "/cn/zh/";
+const char* const kHostHeader = kHostHeaderLine.c_str();
+const char* const kFixedReferer = kFixedRefererLine.c_str();
 constexpr char kTokenStart[] = "csrfToken: \"";
 constexpr char kTokenEnd[] = "\"";
 constexpr char kSetCookie[] = "Set-Cookie: ";

@@ -35,8 +35,11 @@ class CliTest : public ::testing::Test {
         argv.insert(argv.end(), args.begin(), args.end());
         env.push_back("XDG_CONFIG_HOME=" + home_ + "/config");
         env.push_back("XDG_CACHE_HOME=" + home_ + "/cache");
+        // A usbmuxd on the test machine must not add handsets to what the tests see.
+        env.push_back("USBMUXD_SOCKET_ADDRESS=UNIX:" + home_ + "/no-usbmuxd");
         for (char** e = environ; *e; ++e)
-            if (std::strncmp(*e, "XDG_", 4) != 0 && std::strncmp(*e, "PELMOR_LIBRARY=", 15) != 0)
+            if (std::strncmp(*e, "XDG_", 4) != 0 && std::strncmp(*e, "PELMOR_LIBRARY=", 15) != 0 &&
+                std::strncmp(*e, "USBMUXD_", 8) != 0)
                 env.push_back(*e);
         Outcome run = RunProcess(argv, env, 60, answer);
         if (run.timedOut) ADD_FAILURE() << args[0] << ": no answer within 60 s";

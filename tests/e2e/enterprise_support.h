@@ -12,6 +12,7 @@
 
 #include "DeviceFile.h"
 #include "EmulatorControl.h"
+#include "SampleDevices.h"
 
 namespace enterprise_test {
 
@@ -24,13 +25,6 @@ struct ReplyRelease {
     }
 };
 using Reply = std::unique_ptr<ISocketReply, ReplyRelease>;
-
-inline std::unique_ptr<CDeviceFile> LoadDevice(const std::string& name) {
-    std::string error;
-    auto device = CDeviceFile::Load(std::string(PELMOR_TEST_DATA_DIR) + "/devices/" + name + ".json", error);
-    EXPECT_TRUE(device) << error;
-    return device;
-}
 
 class Form : public ISocketFeedback {
   public:

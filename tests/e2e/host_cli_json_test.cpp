@@ -174,9 +174,13 @@ TEST_F(CliJson, EveryCommandPrintsOneDocumentOfTheContract) {
     Run({"ent", "feedback", "works well"});
     Run({"ent", "password", "demo1234", "demo12345"});
     Run({"ent", "password", "demo12345", "demo1234"});  // the demo below logs in with it
+    // Both ways out forget the enterprise account with its token.
     Run({"ent", "logout"});
     EXPECT_EQ(SavedState()["enterprise"].ToString("account"), "");
+    Run({"ent", "login", "demo", "demo1234"});
     Run({"token", "clear"});
+    EXPECT_EQ(SavedState()["enterprise"].ToString("account"), "");
+    EXPECT_EQ(SavedState()["enterprise"].ToString("token"), "");
 
     Run({"demo"});
 

@@ -13,6 +13,7 @@
 #include "DeviceFile.h"
 #include "EmulatorControl.h"
 #include "OperationTable.h"
+#include "SampleDevices.h"
 
 namespace {
 
@@ -45,13 +46,6 @@ XJson ControlPost(const std::string& path, const std::string& payload) {
     std::string body;
     EXPECT_EQ(EmulatorControl::Post(path, payload, &body), 200) << path << " -> " << body;
     return XJson(body);
-}
-
-std::unique_ptr<CDeviceFile> LoadDevice(const std::string& name) {
-    std::string error;
-    auto device = CDeviceFile::Load(std::string(PELMOR_TEST_DATA_DIR) + "/devices/" + name + ".json", error);
-    EXPECT_TRUE(device) << error;
-    return device;
 }
 
 QByteArray FileBytes(ISocketDevice& device) {

@@ -7,6 +7,7 @@
 #include "DeviceFile.h"
 #include "EmulatorControl.h"
 #include "OperationTable.h"
+#include "SampleDevices.h"
 #include "TestData.h"
 
 namespace {
@@ -14,13 +15,6 @@ namespace {
 using Seen = std::string&;
 
 const char kEcid[] = R"("000E2D4C1B3A5968")";
-
-std::unique_ptr<CDeviceFile> LoadDevice(const std::string& name) {
-    std::string error;
-    auto device = CDeviceFile::Load(std::string(PELMOR_TEST_DATA_DIR) + "/devices/" + name + ".json", error);
-    EXPECT_TRUE(device) << error;
-    return device;
-}
 
 // The device description the sample handset must be sent with.
 std::string Description() {

@@ -1,83 +1,19 @@
 // The emulator's coverage site refuses what a real site would: the library's tests lean on these checks.
-#include <curl/curl.h>
-#include <gtest/gtest.h>
-
-#include <thread>
-
-#include "emulator/core/emulator.h"
+#include "emulator_in_process.h"
 
 namespace {
 
-using namespace pelmor::emulator;
+using namespace emulator_test;
 
-size_t Collect(char* data, size_t size, size_t count, void* user) {
-    static_cast<std::string*>(user)->append(data, size * count);
-    return size * count;
-}
-
-struct Answer {
-    long status = 0;
-    std::string body;
-};
-
-Answer Request(const std::string& url, const std::vector<std::string>& headers, const std::string* body) {
-    Answer answer;
-    CURL* curl = curl_easy_init();
-    curl_slist* list = nullptr;
-    for (const std::string& header : headers)
-        list = curl_slist_append(list, header.c_str());
-    curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
-    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, list);
-    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 0L);
-    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 0L);
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT, 20L);
-    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, Collect);
-    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer.body);
-    if (body) curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body->c_str());
-    if (curl_easy_perform(curl) == CURLE_OK) curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &answer.status);
-    curl_slist_free_all(list);
-    curl_easy_cleanup(curl);
-    return answer;
-}
-
-class CoverageSiteChecks : public ::testing::Test {
+class CoverageSiteChecks : public InProcessEmulator {
   protected:
-    void SetUp() override {
-        Options options = default_options();
-        options.port = 0;
-        options.coverage_port = 0;
-        options.quiet = true;
-        emulator = std::make_unique<Emulator>(options);
-        std::string error;
-        ASSERT_TRUE(emulator->bind(error)) << error;
-        ASSERT_GT(emulator->coverage_port(), 0);
-        server = std::thread([this] { emulator->run(); });
-        while (!emulator->is_running())
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    void TearDown() override {
-        emulator->stop();
-        server.join();
-    }
-
-    std::string Site(const std::string& path) const {
-        return "https://127.0.0.1:" + std::to_string(emulator->coverage_port()) + path;
-    }
     // Session, answer and token of the newest captcha, as the control endpoint tells them.
-    nlohmann::json Captcha() const {
-        const Answer answer =
-            Request("http://127.0.0.1:" + std::to_string(emulator->port()) + "/_emulator/coverage/captcha",
-                    {}, nullptr);
-        return nlohmann::json::parse(answer.body);
-    }
-
-    std::unique_ptr<Emulator> emulator;
-    std::thread server;
+    json Captcha() const { return Get("coverage/captcha").Json(); }
 };
 
 TEST_F(CoverageSiteChecks, AnAnswerIsTakenOnlyWithEverythingRight) {
     ASSERT_EQ(Request(Site("/gc?t=image&timestamp=1"), {}, nullptr).status, 200);
-    const nlohmann::json captcha = Captcha();
+    const json captcha = Captcha();
     const std::string host = compiled_coverage_host();
     const std::string cookie =
         "Cookie: cv_sid=" + captcha["session"].get<std::string>() + ";cv_geo=CN; path=/";

@@ -133,6 +133,7 @@ bool PrintCommandHelp(const std::vector<std::string>& words) {
 
 int Dispatch(Session& session, const std::vector<std::string>& words) {
     if (words.empty()) {
+        if (session.options().json) return session.Fail("", "no command given (see pelmor --help)");
         PrintHelp();
         return kBadInput;
     }

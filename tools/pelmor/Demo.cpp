@@ -92,7 +92,10 @@ class StartedEmulator {
         posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
                                          0600);
         posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
-        const char* argv[] = {program.c_str(), "--port", port.c_str(), nullptr};
+        // The coverage site where the library will look for it, should that be moved too.
+        const std::string coverage = CoverageHost().substr(CoverageHost().rfind(':') + 1);
+        const char* argv[] = {program.c_str(),   "--port",         port.c_str(),
+                              "--coverage-port", coverage.c_str(), nullptr};
         const int failed =
             posix_spawn(&pid_, program.c_str(), &actions, nullptr, const_cast<char* const*>(argv), environ);
         posix_spawn_file_actions_destroy(&actions);

@@ -38,6 +38,11 @@ std::string ServiceHost() {
     return host && *host ? host : PELMOR_SERVICE_HOST;
 }
 
+std::string CoverageHost() {
+    const char* host = std::getenv("PELMOR_COVERAGE_HOST");
+    return host && *host ? host : PELMOR_COVERAGE_HOST;
+}
+
 bool ConnectionRefused(const std::string& hostPort) {
     // The health probe's answer does not matter: any answer, even a refusal, proves a listener.
     httplib::Client client = Client(hostPort, 2000);

@@ -18,6 +18,9 @@ HttpAnswer HttpRequest(const std::string& hostPort, const std::string& method, c
 // else the host it was built for.
 std::string ServiceHost();
 
+// Where the library looks for the coverage site, likewise ($PELMOR_COVERAGE_HOST).
+std::string CoverageHost();
+
 // True when a connection to hostPort is refused outright (or cannot be made at all), so that "is it
 // running?" is asked only when nothing listens; false when something accepted the connection.
 bool ConnectionRefused(const std::string& hostPort);

@@ -18,6 +18,11 @@ namespace pelmor {
 
 namespace {
 
+// "pelmor: <what>: <text>", one line.
+void TellStderr(const std::string& what, const std::string& text) {
+    std::cerr << "pelmor: " << (what.empty() ? "" : what + ": ") << OneLine(text) << std::endl;
+}
+
 const char* EditionName(ENUM_PELMOR_SOCKET_EDITION edition) {
     return edition == PELMOR_SOCKET_EDITION_ENTERPRISE ? "enterprise" : "standard";
 }
@@ -166,7 +171,7 @@ void Session::Show(const Json& result) {
 
 void Session::Warn(const std::string& what, const std::string& message) {
     EndProgress();
-    std::cerr << "pelmor: " << (what.empty() ? "" : what + ": ") << OneLine(message) << std::endl;
+    TellStderr(what, message);
 }
 
 int Session::Fail(const std::string& what, const std::string& message, int status) {
@@ -194,7 +199,7 @@ int Session::Failure(const std::string& what, int status, JsonObject error, Json
                " ";
     line += std::string(error.at("message").get_string());
     if (const Json* hint = error.if_contains("hint")) line += " (" + std::string(hint->get_string()) + ")";
-    std::cerr << "pelmor: " << (what.empty() ? "" : what + ": ") << line << std::endl;
+    TellStderr(what, line);
     return status;
 }
 

@@ -9,7 +9,7 @@ int main(int argc, char** argv) {
     pelmor::Options options;
     options.statePath = pelmor::State::DefaultPath();
     std::vector<std::string> words;
-    bool help = false;
+    bool help = false, libraryMissing = false;
     // Global options may stand anywhere on the line; everything else belongs to the command.
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
@@ -21,8 +21,7 @@ int main(int argc, char** argv) {
             } else if (i + 1 < argc) {
                 options.library = argv[++i];
             } else {
-                pelmor::Session session(options);
-                return session.Fail("", "--library needs a path");
+                libraryMissing = true;
             }
         } else if (word == "-h" || word == "--help") {
             help = true;
@@ -42,6 +41,7 @@ int main(int argc, char** argv) {
         return pelmor::kOk;
     }
     pelmor::Session session(options);
+    if (libraryMissing) return session.Fail("", "--library needs a path");
     session.Open();
     return pelmor::Dispatch(session, words);
 }

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 namespace pelmor::emulator {
@@ -75,6 +76,25 @@ bool cut_connection(const std::string& local_addr, int local_port, const std::st
         return shutdown(fd, SHUT_RDWR) == 0;
     }
     return false;
+}
+
+Cut cut_response(bool before_head, const httplib::Request& req, httplib::Response& res, std::string body,
+                 const char* content_type) {
+    if (before_head && cut_connection(req.local_addr, req.local_port, req.remote_addr, req.remote_port)) {
+        // The write of this response fails on the shut-down socket and the server closes it.
+        res.status = 200;
+        return {0, "connection dropped before the head"};
+    }
+    auto shared = std::make_shared<std::string>(std::move(body));
+    res.status = 200;
+    res.set_content_provider(shared->size(), content_type,
+                             [shared](std::size_t offset, std::size_t, httplib::DataSink& sink) {
+                                 const std::size_t half = shared->size() / 2;
+                                 if (offset < half) sink.write(shared->data() + offset, half - offset);
+                                 return false;  // cancelling the provider closes the connection
+                             });
+    return {200, before_head ? "connection dropped after the head (socket not found)"
+                             : "connection dropped after the head"};
 }
 
 }  // namespace pelmor::emulator

@@ -6,7 +6,6 @@
 
 #include <chrono>
 #include <cstdio>
-#include <memory>
 #include <thread>
 
 namespace pelmor::emulator {
@@ -65,69 +64,65 @@ Reply build_reply(Context& ctx, Address address, const std::string& operation, c
     }
 }
 
-std::string answer_normally(Context& ctx, const httplib::Request& req, httplib::Response& res,
+// The response as the log keeps it: status, the reply envelope that was encrypted, and a note.
+LogResponse sent(int status, json reply, std::string note) {
+    LogResponse response;
+    response.status = status;
+    response.reply = std::move(reply);
+    response.note = std::move(note);
+    return response;
+}
+
+LogResponse send_envelope(httplib::Response& res, json envelope) {
+    send_body(res, codec::encode_document(envelope));
+    std::string note = code_summary(envelope);
+    return sent(200, std::move(envelope), std::move(note));
+}
+
+LogResponse answer_normally(Context& ctx, const httplib::Request& req, httplib::Response& res,
                             Address address, const std::string& operation, const codec::Decoded& decoded) {
     if (address == Address::other) {
         res.status = 404;
         res.set_content("not found\n", "text/plain");
-        return "status 404";
+        return sent(404, nullptr, "status 404");
     }
     if (req.method != "POST") {
         res.status = 405;
         res.set_header("Allow", "POST");
         res.set_content("method not allowed\n", "text/plain");
-        return "status 405";
+        return sent(405, nullptr, "status 405");
     }
-    const json envelope = render_envelope(build_reply(ctx, address, operation, decoded, req.remote_addr));
-    send_body(res, codec::encode_document(envelope));
-    return code_summary(envelope);
+    const Reply reply = build_reply(ctx, address, operation, decoded, req.remote_addr);
+    return send_envelope(res, render_envelope(reply, ctx.state.now_ms()));
 }
 
-// Promises a whole encrypted reply, sends half of it, then makes the server give up on the connection.
-void send_partial(httplib::Response& res) {
-    auto body =
-        std::make_shared<std::string>(codec::encode_document(render_envelope(success(json::object()))));
-    res.status = 200;
-    res.set_content_provider(body->size(), kContentType,
-                             [body](std::size_t offset, std::size_t, httplib::DataSink& sink) {
-                                 const std::size_t half = body->size() / 2;
-                                 if (offset < half) sink.write(body->data() + offset, half - offset);
-                                 return false;  // cancelling the provider closes the connection
-                             });
-}
-
-std::string apply_script(Context& ctx, const Script& script, const httplib::Request& req,
+LogResponse apply_script(Context& ctx, const Script& script, const httplib::Request& req,
                          httplib::Response& res, Address address, const std::string& operation,
                          const codec::Decoded& decoded) {
     switch (script.action) {
         case Script::Action::normal:
             return answer_normally(ctx, req, res, address, operation, decoded);
         case Script::Action::reply:
-            send_body(res, codec::encode_document(script.reply));
-            return code_summary(script.reply);
+            return send_envelope(res, script.reply);
         case Script::Action::status:
             res.status = script.status;
             res.set_content(script.body, "text/plain");
-            return "status " + std::to_string(script.status);
+            return sent(script.status, nullptr, "status " + std::to_string(script.status));
         case Script::Action::undecryptable:
             send_body(res, "<html><body>this is not an encrypted reply</body></html>");
-            return "undecryptable body";
+            return sent(200, nullptr, "undecryptable body");
         case Script::Action::not_json:
             send_body(res, codec::seal("<html><body>502 Bad Gateway</body></html>"));
-            return "plaintext not JSON";
+            return sent(200, nullptr, "plaintext not JSON");
         case Script::Action::drop:
-            send_partial(res);
-            return "connection dropped after the head";
-        case Script::Action::drop_empty:
-            if (cut_connection(req.local_addr, req.local_port, req.remote_addr, req.remote_port)) {
-                // The write of this response fails on the shut-down socket and the server closes it.
-                res.status = 200;
-                return "connection dropped before the head";
-            }
-            send_partial(res);
-            return "connection dropped after the head (socket not found)";
+        case Script::Action::drop_empty: {
+            const json envelope = render_envelope(success(json::object()), ctx.state.now_ms());
+            const Cut cut = cut_response(script.action == Script::Action::drop_empty, req, res,
+                                         codec::encode_document(envelope), kContentType);
+            return sent(cut.status, nullptr, cut.note);
+        }
     }
-    return "unknown script action";
+    return sent(0, nullptr, "unknown script action");
 }
 
 }  // namespace
@@ -150,31 +145,22 @@ void serve(Context& ctx, const httplib::Request& req, httplib::Response& res) {
         if (method != decoded.document.end() && method->is_string()) operation = method->get<std::string>();
     }
 
-    LogEntry entry;
-    entry.http_method = req.method;
-    entry.target = req.target;
-    entry.path = req.path;
-    entry.address = address_name(target.address);
-    entry.operation = operation;
-    for (const auto& [name, value] : req.headers) {
-        // The server adds these itself; they did not come over the wire.
-        if (name == "REMOTE_ADDR" || name == "REMOTE_PORT" || name == "LOCAL_ADDR" || name == "LOCAL_PORT")
-            continue;
-        entry.headers.emplace_back(name, value);
-    }
-    entry.body = req.body;
+    LogEntry entry = entry_of(req, address_name(target.address), operation);
     entry.document = decoded.document;
     entry.decode_error = decoded.error;
     const auto seq = ctx.log.append(std::move(entry));
 
-    std::string outcome;
-    if (auto script = ctx.scripts.take(operation)) {
+    LogResponse response;
+    if (auto script = ctx.scripts.take(operation, true)) {
         if (script->delay_ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(script->delay_ms));
-        outcome = apply_script(ctx, *script, req, res, target.address, operation, decoded);
-        outcome += " (script " + std::to_string(script->id) + ")";
+        response = apply_script(ctx, *script, req, res, target.address, operation, decoded);
+        response.script = script->id;
     } else {
-        outcome = answer_normally(ctx, req, res, target.address, operation, decoded);
+        response = answer_normally(ctx, req, res, target.address, operation, decoded);
     }
+    const std::string outcome =
+        response.note + (response.script ? " (script " + std::to_string(response.script) + ")" : "");
+    ctx.log.answer(seq, std::move(response));
 
     if (!ctx.options.quiet) {
         std::fprintf(stderr, "pelmor-emulator: #%llu %s %s %s -> %s\n", static_cast<unsigned long long>(seq),

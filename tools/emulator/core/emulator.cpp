@@ -1,10 +1,10 @@
 #include "emulator/core/emulator.h"
 
 #include "emulator/core/control.h"
+#include "emulator/core/dispatch.h"
+#include "emulator/core/server_settings.h"
 #include "emulator/coverage/site.h"
 #include "emulator/service/handlers.h"
-#include "emulator/core/server_settings.h"
-#include "emulator/core/dispatch.h"
 
 #include <httplib.h>
 
@@ -28,6 +28,17 @@ Emulator::Emulator(Options options)
             serve(*ctx, req, res);
         }
     };
+    // A request with neither Content-Length nor Transfer-Encoding has no body. The HTTP server would
+    // instead wait for one until the connection closes (and answer 400), so such requests, which
+    // `curl -X POST` sends, are answered before it tries to read.
+    server_->set_pre_routing_handler([route](const httplib::Request& req, httplib::Response& res) {
+        const bool may_have_body =
+            req.method == "POST" || req.method == "PUT" || req.method == "PATCH" || req.method == "DELETE";
+        if (!may_have_body || req.has_header("Content-Length") || req.has_header("Transfer-Encoding"))
+            return httplib::Server::HandlerResponse::Unhandled;
+        route(req, res);
+        return httplib::Server::HandlerResponse::Handled;
+    });
     // One catch-all per HTTP method, so every path and suffix reaches our own dispatch.
     const std::string any = R"([\s\S]*)";
     server_->Get(any, route);

@@ -1,7 +1,5 @@
 #include "emulator/core/envelope.h"
 
-#include <chrono>
-
 namespace pelmor::emulator {
 
 Reply success(nlohmann::ordered_json data, std::string msg) {
@@ -18,11 +16,6 @@ Reply refuse(int code, std::string error, std::string msg) {
     reply.msg = std::move(msg);
     reply.data = nullptr;
     return reply;
-}
-
-std::int64_t now_ms() {
-    using namespace std::chrono;
-    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
 nlohmann::ordered_json render_envelope(const Reply& reply, std::int64_t timestamp_ms) {

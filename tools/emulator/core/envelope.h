@@ -29,9 +29,7 @@ inline constexpr int kInternalError = 50001;
 Reply success(nlohmann::ordered_json data, std::string msg = "success");
 Reply refuse(int code, std::string error, std::string msg);
 
-std::int64_t now_ms();
-
 // {"code","token","error","msg","timestamp","data"} in this order.
-nlohmann::ordered_json render_envelope(const Reply& reply, std::int64_t timestamp_ms = now_ms());
+nlohmann::ordered_json render_envelope(const Reply& reply, std::int64_t timestamp_ms);
 
 }  // namespace pelmor::emulator

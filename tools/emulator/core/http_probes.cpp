@@ -79,19 +79,13 @@ bool is_http_probe(const std::string& control_name) {
 void serve_http_probe(Context& ctx, const std::string& control_name, const httplib::Request& req,
                       httplib::Response& res) {
     const std::string probe = control_name.substr(sizeof kPrefix - 1);
-    LogEntry entry;
-    entry.http_method = req.method;
-    entry.target = req.target;
-    entry.path = req.path;
-    entry.address = "http";
-    entry.operation = probe;
-    for (const auto& [name, value] : req.headers)
-        if (name != "REMOTE_ADDR" && name != "REMOTE_PORT" && name != "LOCAL_ADDR" && name != "LOCAL_PORT")
-            entry.headers.emplace_back(name, value);
-    entry.body = req.body;
     // Logged before answering, so that a client that gives up on a slow answer still left its trace.
-    const auto seq = ctx.log.append(std::move(entry));
+    const auto seq = ctx.log.append(entry_of(req, "http", probe));
     const std::string outcome = answer(probe, req, res);
+    LogResponse response;
+    response.status = res.status == -1 ? 200 : res.status;
+    response.note = outcome;
+    ctx.log.answer(seq, std::move(response));
     if (!ctx.options.quiet) {
         std::fprintf(stderr, "pelmor-emulator: #%llu %s http %s -> %s\n",
                      static_cast<unsigned long long>(seq), req.method.c_str(), probe.c_str(),

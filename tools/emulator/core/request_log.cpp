@@ -1,6 +1,25 @@
 #include "emulator/core/request_log.h"
 
+#include <algorithm>
+
 namespace pelmor::emulator {
+
+namespace {
+
+using json = nlohmann::ordered_json;
+
+json response_json(const LogEntry& e) {
+    if (!e.answered) return nullptr;
+    return json{{"status", e.response.status}, {"reply", e.response.reply}, {"note", e.response.note}};
+}
+
+}  // namespace
+
+bool LogFilter::matches(const LogEntry& e) const {
+    return e.seq > after_seq && (http_method.empty() || e.http_method == http_method) &&
+           (path.empty() || e.path == path) && (operation.empty() || e.operation == operation) &&
+           (address.empty() || e.address == address);
+}
 
 std::uint64_t RequestLog::append(LogEntry entry) {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -12,18 +31,28 @@ std::uint64_t RequestLog::append(LogEntry entry) {
     return seq;
 }
 
-nlohmann::ordered_json RequestLog::to_json() const {
+void RequestLog::answer(std::uint64_t seq, LogResponse response) {
     std::lock_guard<std::mutex> lock(mutex_);
-    auto out = nlohmann::ordered_json::array();
+    // Entries are kept in seq order, so the one wanted is found by halving.
+    const auto it = std::lower_bound(entries_.begin(), entries_.end(), seq,
+                                     [](const LogEntry& e, std::uint64_t wanted) { return e.seq < wanted; });
+    if (it == entries_.end() || it->seq != seq) return;
+    it->answered = true;
+    it->response = std::move(response);
+}
+
+nlohmann::ordered_json RequestLog::to_json(const LogFilter& filter) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto out = json::array();
     for (const auto& e : entries_) {
-        nlohmann::ordered_json headers = nlohmann::ordered_json::object();
+        if (!filter.matches(e)) continue;
+        json headers = json::object();
         for (const auto& [name, value] : e.headers) {
             // A repeated header reads as one value, the way HTTP allows them to be folded.
             auto& slot = headers[name];
-            slot = slot.is_null() ? nlohmann::ordered_json(value)
-                                  : nlohmann::ordered_json(slot.get<std::string>() + ", " + value);
+            slot = slot.is_null() ? json(value) : json(slot.get<std::string>() + ", " + value);
         }
-        nlohmann::ordered_json item;
+        json item;
         item["seq"] = e.seq;
         item["http_method"] = e.http_method;
         item["target"] = e.target;
@@ -34,6 +63,8 @@ nlohmann::ordered_json RequestLog::to_json() const {
         item["body"] = e.body;
         item["document"] = e.document;
         item["decode_error"] = e.decode_error;
+        item["script"] = e.answered && e.response.script != 0 ? json(e.response.script) : json(nullptr);
+        item["response"] = response_json(e);
         out.push_back(std::move(item));
     }
     return out;
@@ -43,6 +74,23 @@ void RequestLog::clear() {
     std::lock_guard<std::mutex> lock(mutex_);
     entries_.clear();
     next_seq_ = 1;
+}
+
+LogEntry entry_of(const httplib::Request& req, std::string address, std::string operation) {
+    LogEntry entry;
+    entry.http_method = req.method;
+    entry.target = req.target;
+    entry.path = req.path;
+    entry.address = std::move(address);
+    entry.operation = std::move(operation);
+    for (const auto& [name, value] : req.headers) {
+        // The server adds these itself; they did not come over the wire.
+        if (name == "REMOTE_ADDR" || name == "REMOTE_PORT" || name == "LOCAL_ADDR" || name == "LOCAL_PORT")
+            continue;
+        entry.headers.emplace_back(name, value);
+    }
+    entry.body = req.body;
+    return entry;
 }
 
 }  // namespace pelmor::emulator

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <httplib.h>
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
@@ -12,6 +13,14 @@
 
 namespace pelmor::emulator {
 
+// What went back for one logged request.
+struct LogResponse {
+    int status = 0;                // HTTP status; 0 when the connection was cut before any
+    nlohmann::ordered_json reply;  // the reply envelope as it was encrypted; null when none was
+    std::string note;              // what happened, in words ("code 0", "status 503", "captcha for ...")
+    std::uint64_t script = 0;      // id of the script that answered; 0 for the built-in behaviour
+};
+
 struct LogEntry {
     std::uint64_t seq = 0;  // assigned by RequestLog::append
     std::string http_method;
@@ -23,6 +32,19 @@ struct LogEntry {
     std::string body;
     nlohmann::ordered_json document;  // null when the body did not decode
     std::string decode_error;
+    bool answered = false;  // false while the answer is being made (a delayed script, a slow probe)
+    LogResponse response;
+};
+
+// Which entries a reader wants; an empty member does not filter.
+struct LogFilter {
+    std::string http_method;
+    std::string path;
+    std::string operation;  // compared as scripts compare it: exactly
+    std::string address;
+    std::uint64_t after_seq = 0;
+
+    bool matches(const LogEntry& entry) const;
 };
 
 // Service requests in arrival order, for tests to read back. Bounded so that a long benchmark run does
@@ -31,8 +53,12 @@ class RequestLog {
   public:
     explicit RequestLog(std::size_t limit) : limit_(limit) {}
 
+    // Requests are logged on arrival, so that one whose answer never comes still leaves its trace.
     std::uint64_t append(LogEntry entry);
-    nlohmann::ordered_json to_json() const;
+    // Adds the response to the entry of seq, if it is still kept.
+    void answer(std::uint64_t seq, LogResponse response);
+
+    nlohmann::ordered_json to_json(const LogFilter& filter = {}) const;
     void clear();
 
   private:
@@ -41,5 +67,9 @@ class RequestLog {
     std::uint64_t next_seq_ = 1;
     std::deque<LogEntry> entries_;
 };
+
+// An entry with what every logged request has: method, target, path, the headers as they came over the
+// wire, and the raw body.
+LogEntry entry_of(const httplib::Request& req, std::string address, std::string operation);
 
 }  // namespace pelmor::emulator

@@ -1,5 +1,6 @@
 #include "emulator/core/router.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace pelmor::emulator {
@@ -56,6 +57,32 @@ void Router::add_control(std::string name, ControlHandler handler) {
 const ControlHandler* Router::find_control(const std::string& name) const {
     const auto it = controls_.find(name);
     return it == controls_.end() ? nullptr : &it->second;
+}
+
+void Router::add_site_step(std::string name) {
+    site_steps_.push_back(std::move(name));
+}
+
+bool Router::is_site_step(const std::string& name) const {
+    return std::find(site_steps_.begin(), site_steps_.end(), name) != site_steps_.end();
+}
+
+bool Router::knows(const std::string& name) const {
+    return methods_.count(name) != 0 || paths_.count(name) != 0 || is_site_step(name);
+}
+
+nlohmann::ordered_json Router::names() const {
+    auto sorted = [](std::vector<std::string> list) {
+        std::sort(list.begin(), list.end());
+        return list;
+    };
+    std::vector<std::string> methods, paths;
+    for (const auto& item : methods_)
+        methods.push_back(item.first);
+    for (const auto& item : paths_)
+        paths.push_back(item.first);
+    return nlohmann::ordered_json{
+        {"standard", sorted(methods)}, {"enterprise", sorted(paths)}, {"coverage", sorted(site_steps_)}};
 }
 
 }  // namespace pelmor::emulator

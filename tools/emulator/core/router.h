@@ -8,6 +8,7 @@
 #include <functional>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 namespace pelmor::emulator {
 
@@ -50,7 +51,16 @@ class Router {
     void add_control(std::string name, ControlHandler handler);
     const ControlHandler* find_control(const std::string& name) const;
 
+    // Steps of the coverage site that scripts may name; the site answers them itself.
+    void add_site_step(std::string name);
+    bool is_site_step(const std::string& name) const;
+    // A name a script can match: a standard method, an enterprise suffix or a site step.
+    bool knows(const std::string& name) const;
+    // Every such name, by kind, sorted, for /_emulator/operations.
+    nlohmann::ordered_json names() const;
+
   private:
+    std::vector<std::string> site_steps_;
     std::unordered_map<std::string, ControlHandler> controls_;
     std::unordered_map<std::string, Handler> methods_;
     std::unordered_map<std::string, Handler> paths_;

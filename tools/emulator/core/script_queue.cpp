@@ -1,5 +1,6 @@
 #include "emulator/core/script_queue.h"
 
+#include <algorithm>
 #include <set>
 
 namespace pelmor::emulator {
@@ -43,7 +44,7 @@ const char* action_name(Script::Action action) {
     return "normal";
 }
 
-ScriptParse parse_script(const json& object) {
+ScriptParse parse_script(const json& object, const Router& router) {
     ScriptParse result;
     if (!object.is_object()) {
         result.error = "a script must be a JSON object";
@@ -66,6 +67,11 @@ ScriptParse parse_script(const json& object) {
         return result;
     }
     script.match = match->get<std::string>();
+    if (script.match != "*" && !router.knows(script.match)) {
+        result.error = "\"match\": no operation is called \"" + script.match +
+                       "\" (GET /_emulator/operations lists them; \"*\" matches any service request)";
+        return result;
+    }
 
     long long times = 1, delay = 0, status = 0;
     if (!read_int(object, "times", 1, 1000000, times, result.error)) return result;
@@ -119,6 +125,13 @@ ScriptParse parse_script(const json& object) {
         result.error = "give only one of \"reply\", \"status\", \"undecryptable\", \"not_json\", \"drop\"";
         return result;
     }
+    const bool site = router.is_site_step(script.match);
+    if (site && (script.action == Script::Action::reply || script.action == Script::Action::undecryptable ||
+                 script.action == Script::Action::not_json)) {
+        result.error = std::string("\"") + action_name(script.action) + "\" answers a service request; \"" +
+                       script.match + "\" takes \"status\", \"drop\" or \"delay_ms\"";
+        return result;
+    }
     if (actions == 0 && !object.contains("delay_ms")) {
         result.error = "a script needs an action or \"delay_ms\"";
         return result;
@@ -134,10 +147,10 @@ std::uint64_t ScriptQueue::push(Script script) {
     return pending_.back().id;
 }
 
-std::optional<Script> ScriptQueue::take(const std::string& operation) {
+std::optional<Script> ScriptQueue::take(const std::string& operation, bool service_request) {
     std::lock_guard<std::mutex> lock(mutex_);
     for (auto it = pending_.begin(); it != pending_.end(); ++it) {
-        if (it->match != "*" && it->match != operation) continue;
+        if (it->match == "*" ? !service_request : it->match != operation) continue;
         Script used = *it;
         if (--it->remaining <= 0) pending_.erase(it);
         used.remaining -= 1;  // what is left after this use, as /_emulator/scripts would show it
@@ -158,6 +171,15 @@ nlohmann::ordered_json ScriptQueue::to_json() const {
         out.push_back(std::move(item));
     }
     return out;
+}
+
+bool ScriptQueue::remove(std::uint64_t id) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    const auto it =
+        std::find_if(pending_.begin(), pending_.end(), [id](const Script& s) { return s.id == id; });
+    if (it == pending_.end()) return false;
+    pending_.erase(it);
+    return true;
 }
 
 std::size_t ScriptQueue::size() const {

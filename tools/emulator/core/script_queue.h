@@ -1,5 +1,7 @@
 #pragma once
 
+#include "emulator/core/router.h"
+
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
@@ -40,16 +42,20 @@ struct ScriptParse {
     std::string error;
 };
 
-// Validates strictly: an unknown member or two actions at once is refused, so a typo in a test fails
-// loudly instead of silently answering normally.
-ScriptParse parse_script(const nlohmann::ordered_json& object);
+// Validates strictly: an unknown member, a match that names no operation of the router, or two actions at
+// once is refused, so a typo in a test fails loudly instead of silently answering normally. Steps of the
+// coverage site take only the actions that make sense for a web page: status, drop and delay.
+ScriptParse parse_script(const nlohmann::ordered_json& object, const Router& router);
 
 class ScriptQueue {
   public:
     std::uint64_t push(Script script);  // returns the script's id
 
-    // The first pending script that matches, with its count already used up by one.
-    std::optional<Script> take(const std::string& operation);
+    // The first pending script that matches, with its count already used up by one. "*" matches only
+    // service requests, so that the coverage site is scripted only by name.
+    std::optional<Script> take(const std::string& operation, bool service_request);
+    // Drops a pending script; false when there is none of that id.
+    bool remove(std::uint64_t id);
 
     nlohmann::ordered_json to_json() const;
     std::size_t size() const;

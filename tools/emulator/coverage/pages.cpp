@@ -1,6 +1,5 @@
 #include "emulator/coverage/pages.h"
 
-#include <cstdint>
 #include <cstdio>
 
 namespace pelmor::emulator::coverage {
@@ -57,16 +56,6 @@ std::string head(const Texts& t, const std::string& script) {
            "</head>\n<body>\n";
 }
 
-// Serial numbers are checked to be letters and digits before they reach a page, so they need no escaping.
-std::uint32_t fnv1a(const std::string& text) {
-    std::uint32_t hash = 2166136261u;
-    for (const char c : text) {
-        hash ^= static_cast<unsigned char>(c);
-        hash *= 16777619u;
-    }
-    return hash;
-}
-
 }  // namespace
 
 Page captcha_page(const std::string& answer) {
@@ -103,21 +92,17 @@ Page form_page(Region region, const std::string& serial, const std::string& toke
     return Page{200, "text/html; charset=utf-8", std::move(body)};
 }
 
-Page result_page(Region region, const std::string& serial) {
+Page result_page(Region region, const std::string& serial, const Warranty& warranty, std::int64_t now_ms) {
     const Texts& t = texts(region);
-    const std::uint32_t hash = fnv1a(serial);
-    const bool repair_active = hash % 3 != 0;
-    const bool support_active = hash % 5 == 0;
-    const int year = repair_active ? 2027 + static_cast<int>(hash % 2) : 2023 - static_cast<int>(hash % 3);
-    const int month = 1 + static_cast<int>((hash >> 4) % 12);
-    const int day = 1 + static_cast<int>((hash >> 8) % 28);
-    char date[32];
-    std::snprintf(date, sizeof date, "%04d-%02d-%02d", year, month, day);
+    const bool repair_active = days_left(warranty, now_ms) > 0;
+    const bool support_active = emulator::support_active(warranty, now_ms);
+    const std::string& date = warranty.coverage_end;
 
     std::string body = head(t, "");
     body += "<div id=\"coverage-result\" data-result=\"ok\" data-serial=\"" + serial +
             "\">\n<h2>iPhone</h2>\n<p>" + t.serial_label + ": " + serial + "</p>\n<ul>\n";
-    body += std::string("<li data-item=\"purchase\">") + t.purchase + ": " + t.purchase_ok + "</li>\n";
+    body += "<li data-item=\"purchase\" data-date=\"" + warranty.purchase + "\">" + t.purchase + ": " +
+            t.purchase_ok + "</li>\n";
     body += std::string("<li data-item=\"support\" data-active=\"") + (support_active ? "true" : "false") +
             "\">" + t.support + ": " + (support_active ? t.active : t.expired) + "</li>\n";
     body += std::string("<li data-item=\"repair\" data-active=\"") + (repair_active ? "true" : "false") +

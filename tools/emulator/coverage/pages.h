@@ -1,5 +1,8 @@
 #pragma once
 
+#include "emulator/service/warranty.h"
+
+#include <cstdint>
 #include <string>
 
 namespace pelmor::emulator::coverage {
@@ -23,8 +26,9 @@ Page captcha_page(const std::string& answer);
 // the page script (csrfToken: "..."); token "" gives the page without one, asking to reload the captcha.
 Page form_page(Region region, const std::string& serial, const std::string& token);
 
-// The coverage of a serial number; the same serial always gives the same coverage.
-Page result_page(Region region, const std::string& serial);
+// The coverage of a serial number on the day of now_ms. Serial numbers are checked to be letters and
+// digits before they reach a page, so they need no escaping.
+Page result_page(Region region, const std::string& serial, const Warranty& warranty, std::int64_t now_ms);
 
 Page refusal_page(Region region, Refusal refusal);
 const char* refusal_name(Refusal refusal);

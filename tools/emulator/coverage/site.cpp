@@ -1,9 +1,11 @@
 #include "emulator/coverage/site.h"
 
+#include "emulator/core/connection_cut.h"
+#include "emulator/core/server_settings.h"
 #include "emulator/coverage/cert.h"
 #include "emulator/coverage/pages.h"
 #include "emulator/coverage/sessions.h"
-#include "emulator/core/server_settings.h"
+#include "emulator/service/warranty.h"
 
 #include <httplib.h>
 
@@ -15,6 +17,7 @@
 #include <cstring>
 #include <map>
 #include <optional>
+#include <thread>
 
 namespace pelmor::emulator {
 
@@ -108,17 +111,19 @@ void send(httplib::Response& res, Page page) {
     res.set_content(std::move(page.body), page.content_type.c_str());
 }
 
-struct Served {
-    std::string operation;
-    std::string outcome;
-};
+// The site's steps as the log and the scripts name them.
+constexpr char kCaptcha[] = "captcha";
+constexpr char kPage[] = "page";
+constexpr char kAnswer[] = "answer";
+constexpr char kOther[] = "other";
+constexpr char kScriptPrefix[] = "coverage:";
 
-Served serve_captcha(Context& ctx, const httplib::Request& req, httplib::Response& res) {
+std::string serve_captcha(Context& ctx, const httplib::Request& req, httplib::Response& res) {
     std::optional<Session> session;
     if (const std::string id = session_id(req); !id.empty()) session = renew_captcha(ctx.state, id);
     if (session) {
         send(res, captcha_page(session->answer));
-        return {"captcha", "captcha for session " + session->id};
+        return "captcha for session " + session->id;
     }
     const Session fresh = open_session(ctx.state);
     // The attributes come in the spellings real sites mix: some are cut by clients, some stay.
@@ -127,16 +132,16 @@ Served serve_captcha(Context& ctx, const httplib::Request& req, httplib::Respons
     res.set_header("Set-Cookie", "cv_geo=CN; path=/; Max-Age=1800");
     res.set_header("Set-Cookie", "cv_ab=b; Secure; SameSite=None");
     send(res, captcha_page(fresh.answer));
-    return {"captcha", "new session " + fresh.id};
+    return "new session " + fresh.id;
 }
 
-Served serve_form(Context& ctx, const httplib::Request& req, httplib::Response& res, Region region) {
+std::string serve_form(Context& ctx, const httplib::Request& req, httplib::Response& res, Region region) {
     std::optional<Session> session;
     if (const std::string id = session_id(req); !id.empty()) session = find_session(ctx.state, id);
     const std::string serial = req.get_param_value("sn");
     send(res,
          form_page(region, plausible_serial(serial) ? serial : std::string(), session ? session->token : ""));
-    return {"page", session ? "page with token" : "page without token (no session)"};
+    return session ? "page with token" : "page without token (no session)";
 }
 
 std::optional<Refusal> check_answer(Context& ctx, const httplib::Request& req, std::string& serial) {
@@ -161,46 +166,85 @@ std::optional<Refusal> check_answer(Context& ctx, const httplib::Request& req, s
     return std::nullopt;
 }
 
-Served serve_answer(Context& ctx, const httplib::Request& req, httplib::Response& res, Region region) {
+std::string serve_answer(Context& ctx, const httplib::Request& req, httplib::Response& res, Region region) {
     std::string serial;
     if (const auto refusal = check_answer(ctx, req, serial)) {
         send(res, refusal_page(region, *refusal));
-        return {"answer", std::string("refused: ") + refusal_name(*refusal)};
+        return std::string("refused: ") + refusal_name(*refusal);
     }
-    send(res, result_page(region, serial));
-    return {"answer", "coverage of " + serial};
+    send(res, result_page(region, serial, warranty_of(serial), ctx.state.now_ms()));
+    return "coverage of " + serial;
 }
 
-Served dispatch(Context& ctx, const httplib::Request& req, httplib::Response& res) {
+std::string step_of(const httplib::Request& req) {
     const bool get = req.method == "GET" || req.method == "HEAD";
-    if (req.path == "/gc" && get) return serve_captcha(ctx, req, res);
-    if (const auto region = region_of(req.path)) {
-        if (get) return serve_form(ctx, req, res, *region);
-        if (req.method == "POST") return serve_answer(ctx, req, res, *region);
+    if (req.path == "/gc" && get) return kCaptcha;
+    if (region_of(req.path)) {
+        if (get) return kPage;
+        if (req.method == "POST") return kAnswer;
     }
-    send(res, not_found_page());
-    return {"other", "status 404"};
+    return kOther;
 }
 
-void log_request(Context& ctx, const httplib::Request& req, const Served& served) {
-    LogEntry entry;
-    entry.http_method = req.method;
-    entry.target = req.target;
-    entry.path = req.path;
-    entry.address = "coverage";
-    entry.operation = served.operation;
-    for (const auto& [name, value] : req.headers) {
-        // The server adds these itself; they did not come over the wire.
-        if (name == "REMOTE_ADDR" || name == "REMOTE_PORT" || name == "LOCAL_ADDR" || name == "LOCAL_PORT")
-            continue;
-        entry.headers.emplace_back(name, value);
+// Answers one request as the site would; returns what the log says about it.
+std::string dispatch(Context& ctx, const std::string& step, const httplib::Request& req,
+                     httplib::Response& res) {
+    const auto region = region_of(req.path);
+    if (step == kCaptcha) return serve_captcha(ctx, req, res);
+    if (step == kPage) return serve_form(ctx, req, res, *region);
+    if (step == kAnswer) return serve_answer(ctx, req, res, *region);
+    send(res, not_found_page());
+    return "status 404";
+}
+
+LogResponse apply_script(Context& ctx, const Script& script, const std::string& step,
+                         const httplib::Request& req, httplib::Response& res) {
+    LogResponse response;
+    if (script.action == Script::Action::status) {
+        res.status = script.status;
+        res.set_content(script.body, "text/html; charset=utf-8");
+        response.status = script.status;
+        response.note = "status " + std::to_string(script.status);
+        return response;
     }
-    entry.body = req.body;
-    const auto seq = ctx.log.append(std::move(entry));
+    if (script.action == Script::Action::drop || script.action == Script::Action::drop_empty) {
+        std::string page;
+        if (script.action == Script::Action::drop) {
+            // The site did its work (a captcha used up, a session opened); only the page is lost.
+            dispatch(ctx, step, req, res);
+            page = std::move(res.body);
+            res.body.clear();
+        }
+        const Cut cut = cut_response(script.action == Script::Action::drop_empty, req, res, std::move(page),
+                                     "text/html; charset=utf-8");
+        response.status = cut.status;
+        response.note = cut.note;
+        return response;
+    }
+    // Only a delay: answer as the site would.
+    response.note = dispatch(ctx, step, req, res);
+    response.status = res.status;
+    return response;
+}
+
+void serve(Context& ctx, const httplib::Request& req, httplib::Response& res) {
+    const std::string step = step_of(req);
+    const auto seq = ctx.log.append(entry_of(req, "coverage", step));
+    LogResponse response;
+    if (auto script = ctx.scripts.take(kScriptPrefix + step, false)) {
+        if (script->delay_ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(script->delay_ms));
+        response = apply_script(ctx, *script, step, req, res);
+        response.script = script->id;
+    } else {
+        response.note = dispatch(ctx, step, req, res);
+        response.status = res.status;
+    }
+    const std::string outcome =
+        response.note + (response.script ? " (script " + std::to_string(response.script) + ")" : "");
+    ctx.log.answer(seq, std::move(response));
     if (!ctx.options.quiet) {
         std::fprintf(stderr, "pelmor-emulator: #%llu %s coverage %s -> %s\n",
-                     static_cast<unsigned long long>(seq), req.method.c_str(), served.operation.c_str(),
-                     served.outcome.c_str());
+                     static_cast<unsigned long long>(seq), req.method.c_str(), step.c_str(), outcome.c_str());
     }
 }
 
@@ -220,6 +264,8 @@ ControlAnswer captcha_control(bool, const json& input, ServiceState& state) {
 
 CoverageSite::CoverageSite(Context& ctx) : ctx_(ctx) {
     ctx_.router.add_control("coverage/captcha", captcha_control);
+    for (const char* step : {kCaptcha, kPage, kAnswer})
+        ctx_.router.add_site_step(std::string(kScriptPrefix) + step);
 }
 
 CoverageSite::~CoverageSite() {
@@ -250,7 +296,7 @@ bool CoverageSite::bind(const std::string& address, int port, std::string& error
     // A handful of browser-like clients at most.
     apply_server_settings(*server_, ctx_.options, 8);
     auto route = [ctx = &ctx_](const httplib::Request& req, httplib::Response& res) {
-        log_request(*ctx, req, dispatch(*ctx, req, res));
+        serve(*ctx, req, res);
     };
     const std::string any = R"([\s\S]*)";
     server_->Get(any, route);

@@ -31,14 +31,15 @@ Reply logged_in(const std::string& token, const char* msg) {
 
 Reply sms_code(const Call& call) {
     const std::string mobile = mobile_param(call);
-    const std::string no = call.state.update([&](json& v) { return issue_sms_code(v, mobile, "sms.code"); });
+    const std::string no = call.state.update(
+        [&](json& v) { return issue_sms_code(v, mobile, "sms.code", call.state.now_ms()); });
     return success(json{{"no", no}}, "验证码已发送");
 }
 
 // The plain variant: the number is texted, nothing comes back.
 Reply smscode(const Call& call) {
     const std::string mobile = mobile_param(call);
-    call.state.update([&](json& v) { return issue_sms_code(v, mobile, "smscode"); });
+    call.state.update([&](json& v) { return issue_sms_code(v, mobile, "smscode", call.state.now_ms()); });
     return success(json::object(), "验证码已发送");
 }
 
@@ -48,7 +49,7 @@ Reply login_mobile(const Call& call) {
     const std::string no = text_param(call, "no");
     text_param(call, "key", true);  // the host's own text, passed through
     const std::string token = call.state.update([&](json& v) {
-        use_sms_code(v, mobile, code, no);
+        use_sms_code(v, mobile, code, no, call.state.now_ms());
         json* user = user_by_mobile(v, mobile);
         if (!user) user = &create_user(v, mobile);
         return issue_token(v, (*user)["uid"].get<long long>());
@@ -60,18 +61,19 @@ Reply login_wx_qr(const Call& call) {
     if (integer_param(call, "way") != 1)
         refuse_with(refusal::kParamInvalid, "PARAM_INVALID", "参数格式错误: way");
     const std::string key = "wx" + random_hex(24);
+    const std::int64_t now = call.state.now_ms();
     call.state.update([&](json& v) {
-        area(v)["wx"][key] = json{{"key", key}, {"createdAt", now_ms()}, {"scanned", false}, {"openId", ""}};
+        area(v)["wx"][key] = json{{"key", key}, {"createdAt", now}, {"scanned", false}, {"openId", ""}};
     });
     const std::string qr = service_base_url() + "/wx/connect?key=" + key;
     return success(json{{"qr", qr}, {"key", key}}, "获取成功");
 }
 
 // The WeChat session of a QR key; refuses an unknown or expired key.
-json& wx_session(json& values, const std::string& key) {
+json& wx_session(json& values, const std::string& key, std::int64_t now) {
     json& sessions = area(values)["wx"];
     const auto it = sessions.find(key);
-    if (it == sessions.end() || now_ms() - (*it)["createdAt"].get<long long>() > kQrLifetimeMs)
+    if (it == sessions.end() || now - (*it)["createdAt"].get<long long>() > kQrLifetimeMs)
         refuse_with(refusal::kWxKeyInvalid, "WX_KEY_INVALID", "二维码已过期，请刷新");
     return *it;
 }
@@ -91,7 +93,7 @@ std::string bound_mobile(json& values, const json& wx) {
 Reply login_wx_user(const Call& call) {
     const std::string key = text_param(call, "key");
     return call.state.update([&](json& v) {
-        json& session = wx_session(v, key);
+        json& session = wx_session(v, key, call.state.now_ms());
         if (!session["scanned"].get<bool>())
             refuse_with(refusal::kWxNotScanned, "WX_NOT_SCANNED", "等待微信扫码", json::object());
         json& wx = wx_user(v, session["openId"].get<std::string>());
@@ -115,7 +117,7 @@ Reply login_bind_mobile(const Call& call) {
         json* user = user_by_mobile(v, mobile);
         if (user && !(*user)["openId"].get<std::string>().empty() && (*user)["openId"] != open_id)
             refuse_with(refusal::kMobileTaken, "MOBILE_TAKEN", "该手机号已绑定其他微信");
-        use_sms_code(v, mobile, code, no);
+        use_sms_code(v, mobile, code, no, call.state.now_ms());
         if (!user) user = &create_user(v, mobile);
         if (!referral.empty()) unlock_with_referral(v, *user, referral);
         // A WeChat account is bound to one mobile at a time: binding it anew frees the old one.

@@ -40,24 +40,25 @@ json& area(json& values) {
     return a;
 }
 
-std::string issue_sms_code(json& values, const std::string& mobile, const char* method) {
+std::string issue_sms_code(json& values, const std::string& mobile, const char* method, std::int64_t now) {
     json& a = area(values);
     const std::string no = std::to_string(next_number(a["counters"], "sms", 100001));
     const std::string code = six_digits();
-    a["sms"][no] = json{{"mobile", mobile},     {"no", no},      {"code", code},   {"method", method},
-                        {"issuedAt", now_ms()}, {"used", false}, {"wrongTries", 0}};
+    a["sms"][no] = json{{"mobile", mobile}, {"no", no},      {"code", code},   {"method", method},
+                        {"issuedAt", now},  {"used", false}, {"wrongTries", 0}};
     a["latestSms"][mobile] = no;
     std::fprintf(stderr, "pelmor-emulator: SMS to %s: code %s (no %s, %s)\n", mobile.c_str(), code.c_str(),
                  no.c_str(), method);
     return no;
 }
 
-void use_sms_code(json& values, const std::string& mobile, const std::string& code, const std::string& no) {
+void use_sms_code(json& values, const std::string& mobile, const std::string& code, const std::string& no,
+                  std::int64_t now) {
     json& sms = area(values)["sms"];
     const auto it = sms.find(no);
     if (it == sms.end() || (*it)["mobile"] != mobile || (*it)["used"].get<bool>()) sms_expired();
     json& entry = *it;
-    if (now_ms() - entry["issuedAt"].get<long long>() > kSmsLifetimeMs) {
+    if (now - entry["issuedAt"].get<long long>() > kSmsLifetimeMs) {
         entry["used"] = true;
         sms_expired();
     }

@@ -22,10 +22,11 @@ inline constexpr const char kHouseReferralCode[] = "PELMOR";
 
 // Issues a six-digit code for mobile and returns its serial "no". The code goes to stderr (the SMS a
 // real service would send) and stays readable through the control surface.
-std::string issue_sms_code(json& values, const std::string& mobile, const char* method);
+std::string issue_sms_code(json& values, const std::string& mobile, const char* method, std::int64_t now);
 
 // Checks code and serial for mobile and uses the code up; refuses a wrong, used, expired or foreign one.
-void use_sms_code(json& values, const std::string& mobile, const std::string& code, const std::string& no);
+void use_sms_code(json& values, const std::string& mobile, const std::string& code, const std::string& no,
+                  std::int64_t now);
 
 // The accounts area itself, with all its members present (see the .cpp for why).
 json& area(json& values);

@@ -1,6 +1,6 @@
 #include "emulator/core/envelope.h"
-#include "emulator/service/handlers.h"
 #include "emulator/core/options.h"
+#include "emulator/service/handlers.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -56,7 +56,7 @@ Reply client_config(const Call& call) {
                            {"wechat", "PelmorService"},
                            {"email", "support@pelmor.example"},
                            {"hours", "09:00-21:00"}};
-    data["serverTime"] = now_ms();
+    data["serverTime"] = call.state.now_ms();
 
     Reply reply = success(std::move(data), "获取成功");
     reply.token = call.token();

@@ -5,6 +5,7 @@
 #include "emulator/service/handlers.h"
 #include "emulator/service/params.h"
 #include "emulator/service/verification.h"
+#include "emulator/service/warranty.h"
 
 #include <ctime>
 
@@ -142,25 +143,12 @@ Reply device_lcm(const Call& call) {
                         {"manufactureData", record["screen"].value("manufactureData", "")}});
 }
 
-// Days since 1970-01-01 of a "YYYY-MM-DD" date (proleptic Gregorian).
-long long days_of(const std::string& date) {
-    int y = 0, m = 0, d = 0;
-    if (std::sscanf(date.c_str(), "%d-%d-%d", &y, &m, &d) != 3) return 0;
-    y -= m <= 2;
-    const long long era = (y >= 0 ? y : y - 399) / 400;
-    const long long yoe = y - era * 400;
-    const long long doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-    const long long doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + doe - 719468;
-}
-
 Reply device_warranty(const Call& call) {
     const json& record = known_device("", text_param(call, "srnm"));
-    const std::string end = record["warranty"].value("coverageEnd", "");
-    const long long today = static_cast<long long>(std::time(nullptr)) / 86400;
-    const long long left = std::max(0LL, days_of(end) - today);
-    return success(
-        json{{"purchase", record["warranty"].value("purchase", "")}, {"warranty", end}, {"leftDays", left}});
+    const Warranty warranty = warranty_of(record["srnm"].get<std::string>());
+    return success(json{{"purchase", warranty.purchase},
+                        {"warranty", warranty.coverage_end},
+                        {"leftDays", days_left(warranty, call.state.now_ms())}});
 }
 
 // A serial that is not on file is answered, not refused: the answer is that it is not genuine.
@@ -180,8 +168,9 @@ Reply airpods_check(const Call& call) {
 Reply lock_status(const Call& call, const char* which) {
     const std::string ecid = text_param(call, "ecid");
     const long long status = integer_param(call, "status");
+    const std::int64_t now = call.state.now_ms();
     call.state.update([&](json& v) {
-        v["locks"][ecid][which] = json{{"status", status}, {"reportedAt", now_ms()}};
+        v["locks"][ecid][which] = json{{"status", status}, {"reportedAt", now}};
     });
     return success(json::object(), "上报成功");
 }

@@ -16,7 +16,7 @@ Reply login(const Call& call) {
     const std::string account = text_param(call, "account");
     const std::string password = text_param(call, "password");
     const std::string token = "ent" + random_hex(32);
-    const std::int64_t expires = now_ms() + enterprise::kTokenLifetimeMs;
+    const std::int64_t expires = call.state.now_ms() + enterprise::kTokenLifetimeMs;
     const bool accepted = call.state.update([&](json& values) {
         json& book = enterprise::book(values);
         const json& accounts = book["accounts"];
@@ -36,7 +36,7 @@ Reply login(const Call& call) {
 // Extends the life of the token named in the parameters and answers it with its new expiry.
 Reply refresh(const Call& call) {
     const std::string token = text_param(call, "accessToken");
-    const std::int64_t now = now_ms();
+    const std::int64_t now = call.state.now_ms();
     const std::int64_t expires = call.state.update([&](json& values) -> std::int64_t {
         json& tokens = enterprise::book(values)["tokens"];
         const auto it = tokens.find(token);
@@ -55,7 +55,8 @@ Reply refresh(const Call& call) {
 
 Reply heartbeat(const Call& call) {
     enterprise::session_account(call);
-    return success(json{{"date", enterprise::utc_time(now_ms())}, {"address", call.client_address}});
+    return success(
+        json{{"date", enterprise::utc_time(call.state.now_ms())}, {"address", call.client_address}});
 }
 
 Reply profile(const Call& call) {

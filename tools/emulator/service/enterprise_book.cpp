@@ -3,7 +3,6 @@
 #include "emulator/core/options.h"
 #include "emulator/service/params.h"
 
-#include <ctime>
 #include <utility>
 
 namespace pelmor::emulator::enterprise {
@@ -51,15 +50,6 @@ json seeded_book() {
     return book;
 }
 
-std::string format_utc(std::int64_t ms, const char* format) {
-    const std::time_t seconds = static_cast<std::time_t>(ms / 1000);
-    std::tm parts{};
-    gmtime_r(&seconds, &parts);
-    char text[32] = {};
-    std::strftime(text, sizeof text, format, &parts);
-    return text;
-}
-
 }  // namespace
 
 json& book(json& values) {
@@ -78,7 +68,8 @@ std::string session_account(const Call& call) {
     });
     if (account.empty())
         refuse_with(refusal::kTokenInvalid, "TOKEN_INVALID", "未登录或登录已失效，请重新登录");
-    if (expires <= now_ms()) refuse_with(code::kTokenExpired, "TOKEN_EXPIRED", "登录已过期，请重新登录");
+    if (expires <= call.state.now_ms())
+        refuse_with(code::kTokenExpired, "TOKEN_EXPIRED", "登录已过期，请重新登录");
     return account;
 }
 
@@ -88,11 +79,11 @@ double yuan(std::int64_t cents) {
 
 void charge(ServiceState& state, const std::string& account, const std::string& serial, const char* what,
             std::int64_t cents) {
+    const std::int64_t now = state.now_ms();
     const bool paid = state.update([&](json& values) {
         json& holder = book(values)["accounts"][account];
         const std::int64_t balance = holder.value("balance_cents", std::int64_t{0});
         if (balance < cents) return false;
-        const std::int64_t now = now_ms();
         holder["balance_cents"] = balance - cents;
         json& day = holder["bills"][utc_day(now)];
         if (!day.is_array()) day = json::array();
@@ -107,11 +98,11 @@ void charge(ServiceState& state, const std::string& account, const std::string& 
 }
 
 std::string utc_day(std::int64_t ms) {
-    return format_utc(ms, "%Y-%m-%d");
+    return utc_text(ms, "%Y-%m-%d");
 }
 
 std::string utc_time(std::int64_t ms) {
-    return format_utc(ms, "%Y-%m-%d %H:%M:%S");
+    return utc_text(ms, "%Y-%m-%d %H:%M:%S");
 }
 
 }  // namespace pelmor::emulator::enterprise

@@ -6,9 +6,9 @@
 #include "emulator/service/factory.h"
 #include "emulator/service/params.h"
 #include "emulator/service/verification.h"
+#include "emulator/service/warranty.h"
 
 #include <cstdio>
-#include <ctime>
 
 namespace pelmor::emulator::enterprise {
 
@@ -18,18 +18,6 @@ const json& known_device(const std::string& ecid, const std::string& serial) {
     const json* record = factory().device(ecid, serial);
     if (!record) refuse_with(refusal::kDeviceNotFound, "DEVICE_NOT_FOUND", "未找到该设备的出厂记录");
     return *record;
-}
-
-// Whole days from today (UTC) to the last day covered; 0 once it has passed.
-long long days_left(const std::string& last_day) {
-    std::tm parts{};
-    if (std::sscanf(last_day.c_str(), "%d-%d-%d", &parts.tm_year, &parts.tm_mon, &parts.tm_mday) != 3)
-        return 0;
-    parts.tm_year -= 1900;
-    parts.tm_mon -= 1;
-    const long long end = static_cast<long long>(timegm(&parts)) / 86400;
-    const long long today = static_cast<long long>(std::time(nullptr)) / 86400;
-    return end > today ? end - today : 0;
 }
 
 // One checked line of a report: what was checked, the verdict, and whether the host should flag it.
@@ -50,37 +38,37 @@ json variable_line(const json& device, const char* variable, const char* key, co
     return check_line(key, name, v.value("result", "") == "yes", v.value("msg", ""));
 }
 
-json idlock_answer(const json& device) {
+json idlock_answer(const json& device, std::int64_t) {
     return variable_line(device, "activation_lock", "idlock", "激活锁");
 }
 
-json simlock_answer(const json& device) {
+json simlock_answer(const json& device, std::int64_t) {
     return variable_line(device, "network_lock", "simlock", "网络锁");
 }
 
-json refurbish_answer(const json& device) {
+json refurbish_answer(const json& device, std::int64_t) {
     const bool refurbished = service_record(device).value("refurbished", "") == "是";
     return check_line("refurbish", "翻新机", refurbished, refurbished ? "官方翻新机" : "非翻新机");
 }
 
-json warranty_answer(const json& device) {
-    const json& w = device["warranty"];
-    const long long left = days_left(w.value("coverageEnd", ""));
+json warranty_answer(const json& device, std::int64_t now_ms) {
+    const Warranty warranty = warranty_of(device["srnm"].get<std::string>());
+    const long long left = days_left(warranty, now_ms);
     return json{{"srnm", device["srnm"]},
-                {"purchase", w.value("purchase", "")},
-                {"warranty", w.value("coverageEnd", "")},
+                {"purchase", warranty.purchase},
+                {"warranty", warranty.coverage_end},
                 {"daysleft", left},
                 {"coverage", left > 0 ? "保修期内" : "已过保"}};
 }
 
 // The four paid checks: the answer is made before the account is debited, so a device that cannot be
 // answered costs nothing.
-template <json (*Answer)(const json&), std::int64_t Cents>
+template <json (*Answer)(const json&, std::int64_t), std::int64_t Cents>
 Reply paid_check(const Call& call, const char* what) {
     const std::string account = session_account(call);
     const std::string ecid = text_param(call, "ecid");
     const std::string serial = text_param(call, "srnm");
-    json answer = Answer(known_device(ecid, serial));
+    json answer = Answer(known_device(ecid, serial), call.state.now_ms());
     charge(call.state, account, serial, what, Cents);
     return success(std::move(answer), "查询成功");
 }
@@ -119,7 +107,7 @@ Reply feedback(const Call& call) {
         json& received = book(values)["feedback"];
         json entry = call.params();
         entry["account"] = account;
-        entry["time"] = utc_time(now_ms());
+        entry["time"] = utc_time(call.state.now_ms());
         received.push_back(std::move(entry));
         return received.size();
     });

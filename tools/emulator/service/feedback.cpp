@@ -2,21 +2,14 @@
 #include "emulator/service/handlers.h"
 #include "emulator/service/params.h"
 
-#include <ctime>
-
 namespace pelmor::emulator {
 
 namespace {
 
 using json = nlohmann::ordered_json;
 
-std::string local_time_text() {
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    localtime_r(&now, &parts);
-    char out[32];
-    std::strftime(out, sizeof out, "%Y-%m-%d %H:%M:%S", &parts);
-    return out;
+std::string local_time_text(const Call& call) {
+    return local_text(call.state.now_ms(), "%Y-%m-%d %H:%M:%S");
 }
 
 // General feedback from the client's form; kept in the state so that it can be inspected.
@@ -28,7 +21,7 @@ Reply user_feedback(const Call& call) {
                {"itunesVer", text_param(call, "itunesVer", true)},
                {"mobName", text_param(call, "mobName", true)},
                {"ecid", text_param(call, "ecid", true)},
-               {"date", local_time_text()}};
+               {"date", local_time_text(call)}};
     const long long id = call.state.update([&](json& values) {
         json& list = values["feedback"]["messages"];
         if (!list.is_array()) list = json::array();
@@ -45,7 +38,7 @@ Reply check_feedback(const Call& call) {
                    {"message", text_param(call, "message")},
                    {"osVer", text_param(call, "osVer", true)},
                    {"itunesVer", text_param(call, "itunesVer", true)},
-                   {"date", local_time_text()},
+                   {"date", local_time_text(call)},
                    {"reply", ""}};
     const std::string date = objection["date"];
     call.state.update([&](json& values) { values["feedback"]["objections"][ecid] = std::move(objection); });

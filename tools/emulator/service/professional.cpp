@@ -29,13 +29,8 @@ long long auto_pay_polls(json& values) {
     return area(values)["autoPayPolls"].get<long long>();
 }
 
-std::string utc_time(const char* format) {
-    const std::time_t now = std::time(nullptr);
-    std::tm tm{};
-    gmtime_r(&now, &tm);
-    char text[32] = {};
-    std::strftime(text, sizeof text, format, &tm);
-    return text;
+std::string utc_time(const Call& call, const char* format) {
+    return utc_text(call.state.now_ms(), format);
 }
 
 // The handset's record if a professional report can be made for it.
@@ -61,16 +56,16 @@ Reply check_pro_qrcode(const Call& call) {
     const json* record = reportable("", serial);
     if (!record) no_report();
     const double price = factory().professional_price();
+    const std::int64_t now = call.state.now_ms();
     const std::string trade_no = call.state.update([&](json& v) {
         const long long uid = accounts::require_user(v, call)["uid"].get<long long>();
         const long long n = area(v)["counter"].get<long long>() + 1;
         area(v)["counter"] = n;
         char serial_no[8];
         std::snprintf(serial_no, sizeof serial_no, "%04lld", n % 10000);
-        const std::string no = "PM" + utc_time("%Y%m%d%H%M%S") + serial_no;
-        area(v)["orders"][no] =
-            json{{"tradeNo", no}, {"srnm", serial}, {"uid", uid}, {"price", price},
-                 {"way", way},    {"paid", false},  {"polls", 0}, {"createdAt", now_ms()}};
+        const std::string no = "PM" + utc_text(now, "%Y%m%d%H%M%S") + serial_no;
+        area(v)["orders"][no] = json{{"tradeNo", no}, {"srnm", serial}, {"uid", uid}, {"price", price},
+                                     {"way", way},    {"paid", false},  {"polls", 0}, {"createdAt", now}};
         return no;
     });
     char amount[32];
@@ -82,6 +77,7 @@ Reply check_pro_qrcode(const Call& call) {
 
 Reply check_pro_order(const Call& call) {
     const std::string trade_no = text_param(call, "tradeNo");
+    const std::int64_t now = call.state.now_ms();
     return call.state.update([&](json& v) {
         json& orders = area(v)["orders"];
         const auto it = orders.find(trade_no);
@@ -94,6 +90,7 @@ Reply check_pro_order(const Call& call) {
         if (!order["paid"].get<bool>() && after > 0 && polls >= after) {
             order["paid"] = true;
             order["paidBy"] = "polls";
+            order["paidAt"] = now;
         }
         const bool paid = order["paid"].get<bool>();
         return success(json{{"status", paid}, {"tradeNo", trade_no}}, paid ? "支付成功" : "等待支付");
@@ -116,12 +113,14 @@ Reply check_pro(const Call& call) {
                 return;
         refuse_with(refusal::kNotPaid, "NOT_PAID", "请先支付专业验机报告");
     });
-    return success(professional_report(factory(), *record, info, utc_time("%Y-%m-%d %H:%M:%S")), "获取成功");
+    return success(professional_report(factory(), *record, info, utc_time(call, "%Y-%m-%d %H:%M:%S")),
+                   "获取成功");
 }
 
 // POST /_emulator/pay {"tradeNo"?}: the user pays the order (default: the newest unpaid one).
 ControlAnswer control_pay(bool post, const json& input, ServiceState& state) {
     if (!post) return {405, json{{"error", "use POST"}}};
+    const std::int64_t now = state.now_ms();
     return state.update([&](json& v) -> ControlAnswer {
         json& orders = area(v)["orders"];
         std::string no = input.value("tradeNo", "");
@@ -132,6 +131,7 @@ ControlAnswer control_pay(bool post, const json& input, ServiceState& state) {
         const auto it = orders.find(no);
         if (it == orders.end())
             return {404, json{{"error", "no such order (ask for a payment QR code first)"}}};
+        if (!(*it)["paid"].get<bool>()) (*it)["paidAt"] = now;
         (*it)["paid"] = true;
         (*it)["paidBy"] = "control";
         return {200, *it};

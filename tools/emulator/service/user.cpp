@@ -44,9 +44,8 @@ const json& notifications() {
 
 Reply user_beat(const Call& call) {
     text_param(call, "key", true);
-    call.state.update([&](json& v) {
-        require_user(v, call, json{{"online", false}})["lastBeat"] = now_ms();
-    });
+    const std::int64_t now = call.state.now_ms();
+    call.state.update([&](json& v) { require_user(v, call, json{{"online", false}})["lastBeat"] = now; });
     return success(json{{"online", true}});
 }
 
@@ -99,7 +98,7 @@ Reply user_mobile_change(const Call& call) {
             refuse_with(refusal::kParamInvalid, "PARAM_INVALID", "新手机号与原手机号相同");
         if (user_by_mobile(v, mobile))
             refuse_with(refusal::kMobileTaken, "MOBILE_TAKEN", "该手机号已被其他账号使用");
-        use_sms_code(v, mobile, code, no);
+        use_sms_code(v, mobile, code, no, call.state.now_ms());
         user["mobile"] = mobile;
     });
     return success(json::object(), "手机号修改成功");

@@ -6,6 +6,7 @@
 #include "DeviceFile.h"
 #include "Devices.h"
 #include "HandsetCommands.h"
+#include "commands/Flows.h"
 
 namespace pelmor {
 
@@ -49,20 +50,6 @@ int Token(Session& s, const Args& a) {
     out["stateFile"] = s.options().statePath;
     out["library"] = s.library().Path();
     s.Show(out);
-    return kOk;
-}
-
-// The library keeps no session of its own beyond the token it is handed: logging out is forgetting it.
-int Logout(Session& s, const Args&) {
-    State& state = s.state();
-    const bool enterprise = s.Command().rfind("ent ", 0) == 0;
-    const bool wasLoggedIn = !(enterprise ? state.enterpriseToken : state.token).empty();
-    if (enterprise)
-        state.ForgetEnterprise();
-    else
-        state.ForgetStandard();
-    if (!s.SaveState()) return s.Fail(s.Command(), "the state file could not be written", kFailed);
-    s.Show(JsonObject{{"loggedOut", true}, {"wasLoggedIn", wasLoggedIn}});
     return kOk;
 }
 
@@ -135,6 +122,20 @@ int Device(Session& s, const Args& a) {
 
 }  // namespace
 
+// The library keeps no session of its own beyond the token it is handed: logging out is forgetting it.
+int Logout(Session& s, const Args&) {
+    State& state = s.state();
+    const bool enterprise = s.Command().rfind("ent ", 0) == 0;
+    const bool wasLoggedIn = !(enterprise ? state.enterpriseToken : state.token).empty();
+    if (enterprise)
+        state.ForgetEnterprise();
+    else
+        state.ForgetStandard();
+    if (!s.SaveState()) return s.Fail(s.Command(), "the state file could not be written", kFailed);
+    s.Show(JsonObject{{"loggedOut", true}, {"wasLoggedIn", wasLoggedIn}});
+    return kOk;
+}
+
 std::vector<Command> ConfigCommands() {
     const auto standard = PELMOR_SOCKET_EDITION_STANDARD;
     return {
@@ -144,8 +145,6 @@ std::vector<Command> ConfigCommands() {
          "show, set or forget the saved session tokens", Token},
         {kGroupConfig, "logout", standard, "", "", 0, 0, "forget the standard session (see also ent logout)",
          Logout},
-        {kGroupEnterprise, "logout", PELMOR_SOCKET_EDITION_ENTERPRISE, "", "", 0, 0,
-         "forget the enterprise session and its account", Logout},
         {kGroupConfig, "version", standard, "", "", 0, 0,
          "the versions of pelmor and of the library (--version)", Version},
         {kGroupConfig, "census", standard, "FUNCTION [EVENT] [--failed]", "--failed", 1, 2,

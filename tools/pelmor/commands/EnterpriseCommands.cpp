@@ -8,6 +8,7 @@
 #include "Command.h"
 #include "DeviceFile.h"
 #include "Terminal.h"
+#include "commands/Flows.h"
 
 namespace pelmor {
 
@@ -166,6 +167,7 @@ std::vector<Command> EnterpriseCommands() {
     return {
         {g, "login", e, "ACCOUNT [PASSWORD]", "", 1, 2, "log in (asks for the password when not given)",
          Login},
+        {g, "logout", e, "", "", 0, 0, "forget the enterprise session and its account", Logout},
         {g, "refresh", e, "", "", 0, 0, "refresh the session token", Refresh},
         {g, "heartbeat", e, "", "", 0, 0, "keep the session alive; shows the server's time", Heartbeat},
         {g, "account", e, "[ACCOUNT]", "", 0, 1, "the account's profile and merchant", Account},

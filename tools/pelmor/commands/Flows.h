@@ -11,6 +11,10 @@ namespace pelmor {
 
 // The two commands that take several exchanges and a person in between; the demo walks them as well.
 
+// Forgets the running command's edition's session (token and what belongs to it); "logout" and
+// "ent logout".
+int Logout(Session& s, const Args& a);
+
 // Asks for the payment QR code, shows it, calls onOrder with the order number, and (when wait) polls
 // the order with a progress line until it is paid or timeout seconds have passed.
 int PayAndWait(Session& s, CDeviceFile& device, bool way, bool wait, int timeout,
