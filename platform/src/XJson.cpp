@@ -500,7 +500,7 @@ XJson XJson::Take(const std::string& key) noexcept {
     json::value& value = JsonValue(*this);
     if (!value.is_object()) return out;
     if (json::value* member = value.get_object().if_contains(View(key)))
-        Adopt(JsonValue(out), std::move(*member));
+        Adopt(JsonValue(out), std::move(*member));  // a parsed member lives on its parse's budget: no copy
     return out;
 }
 
@@ -559,18 +559,6 @@ bool XJson::Render(const std::function<bool(const char*, std::size_t)>& sink) co
 std::size_t XJson::ApproximateJsonLength() const noexcept {
     const json::value& value = JsonValue(*this);
     return value.is_null() ? 2 : ::ApproximateJsonLength(value);
-}
-
-XJson XJson::Take(const std::string& key) noexcept {
-    XJson out;
-    json::value& value = JsonValue(*this);
-    if (!value.is_object()) return out;
-    const auto member = value.get_object().find(View(key));
-    if (member != value.get_object().end()) {
-        JsonValue(out) = std::move(member->value());
-        member->value().emplace_null();
-    }
-    return out;
 }
 
 bool XJson::IsObject() const noexcept {

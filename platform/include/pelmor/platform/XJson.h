@@ -72,8 +72,6 @@ class PELMOR_PLATFORM_API XJson {
 
     // A member by key or an element by position; empty when absent or past the end.
     XJson operator[](const std::string& key) const noexcept;
-    // Moves a member out, leaving null in its place; empty when absent. Reads a large member without a copy.
-    XJson Take(const std::string& key) noexcept;
     XJson operator[](unsigned index) const noexcept;
     // Number of elements of an array, 0 for anything else.
     unsigned GetArraySize() const noexcept;
