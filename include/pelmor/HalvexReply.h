@@ -39,7 +39,8 @@ class HalvexReply : public ISocketReply {
 
     // Codes 1 to 5 also set their name and message; any other code changes only the code.
     virtual void Update(int code);
-    // Takes token, code, error, msg, timestamp and data from a reply document, present or not.
+    // Takes token, code, error, msg, timestamp and data from a reply document, present or not. The data
+    // is moved out of the document, which keeps the rest.
     virtual void Update(XJson& reply);
     virtual XJson& Data();
 

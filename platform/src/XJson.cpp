@@ -2,6 +2,7 @@
 #include "pelmor/platform/MemoryShortage.h"
 
 #include <boost/json/parse.hpp>
+#include <boost/json/parser.hpp>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -199,16 +200,56 @@ json::value Sanitized(const json::value& v) {
     }
 }
 
+// What one parse may hold at once, the parser's stack included: a few times the text, plus room for
+// small documents. A text whose tree would grow past it (a forged reply of millions of tiny elements) is
+// refused like text that is not JSON, instead of taking many times its size from the host.
+struct OverBudget {};
+
+class ParseBudget final : public json::memory_resource {
+  public:
+    explicit ParseBudget(std::size_t bytes) noexcept : left_(bytes) {}
+
+  private:
+    // What the allocator keeps beside each block, counted so that many tiny blocks cost what they take.
+    static constexpr std::size_t kBlockOverhead = 16;
+
+    void* do_allocate(std::size_t bytes, std::size_t alignment) override {
+        const std::size_t cost = bytes + kBlockOverhead;
+        if (cost > left_) throw OverBudget();
+        void* block = upstream_->allocate(bytes, alignment);
+        left_ -= cost;
+        return block;
+    }
+    void do_deallocate(void* block, std::size_t bytes, std::size_t alignment) override {
+        upstream_->deallocate(block, bytes, alignment);
+        left_ += bytes + kBlockOverhead;
+    }
+    bool do_is_equal(const json::memory_resource& other) const noexcept override { return this == &other; }
+
+    json::memory_resource* upstream_ = json::storage_ptr().get();
+    std::size_t left_;
+};
+
+std::size_t BudgetFor(json::string_view text) {
+    return 4 * text.size() + (std::size_t(8) << 20);
+}
+
 json::value ParseText(json::string_view text, bool& ok) noexcept {
     ok = false;
     try {
         json::parse_options options;
         options.allow_invalid_utf8 = true;
+        const json::storage_ptr budget = json::make_shared_resource<ParseBudget>(BudgetFor(text));
+        json::parser parser(budget, options);
+        parser.reset(budget);
         json::error_code ec;
-        json::value v = json::parse(text, ec, json::storage_ptr(), options);
+        parser.write(text.data(), text.size(), ec);
         if (ec) return json::value();
+        json::value v = parser.release();
         ok = true;
         return v;
+    } catch (const OverBudget&) {
+        return json::value();
     } catch (...) {
         Pelmor::NoteMemoryShortage();
         return json::value();
@@ -244,6 +285,13 @@ XJson FromValue(const json::value& value) noexcept {
     return out;
 }
 
+// Takes the value over with its memory resource: assigning a value that lives on another resource
+// (a parse's budget) would copy the whole tree, and could fail half-way.
+void Adopt(json::value& target, json::value&& source) noexcept {
+    target.~value();
+    new (&target) json::value(std::move(source));
+}
+
 }  // namespace
 
 XJson::XJson() noexcept {
@@ -252,7 +300,7 @@ XJson::XJson() noexcept {
 
 XJson::XJson(const std::string& text) noexcept : XJson() {
     bool ok;
-    JsonValue(*this) = ParseText(View(text), ok);
+    Adopt(JsonValue(*this), ParseText(View(text), ok));
 }
 
 XJson::XJson(const XJson& other) noexcept : XJson() {
@@ -279,7 +327,7 @@ XJson& XJson::operator=(const XJson& other) noexcept {
 }
 
 XJson& XJson::operator=(XJson&& other) noexcept {
-    JsonValue(*this) = std::move(JsonValue(other));
+    if (this != &other) Adopt(JsonValue(*this), std::move(JsonValue(other)));
     return *this;
 }
 
@@ -293,7 +341,7 @@ bool XJson::Parse(const std::string& text) noexcept {
 
 bool XJson::Parse(const char* text, std::size_t length) noexcept {
     bool ok = false;
-    JsonValue(*this) = text ? ParseText(json::string_view(text, length), ok) : json::value();
+    Adopt(JsonValue(*this), text ? ParseText(json::string_view(text, length), ok) : json::value());
     return ok;
 }
 
@@ -447,6 +495,15 @@ double XJson::AsDouble() const noexcept {
     return ValueToDouble(&JsonValue(*this));
 }
 
+XJson XJson::Take(const std::string& key) noexcept {
+    XJson out;
+    json::value& value = JsonValue(*this);
+    if (!value.is_object()) return out;
+    if (json::value* member = value.get_object().if_contains(View(key)))
+        Adopt(JsonValue(out), std::move(*member));  // a parsed member lives on its parse's budget: no copy
+    return out;
+}
+
 XJson XJson::operator[](const std::string& key) const noexcept {
     const json::value* member = Member(JsonValue(*this), key);
     return member ? FromValue(*member) : XJson();
@@ -502,18 +559,6 @@ bool XJson::Render(const std::function<bool(const char*, std::size_t)>& sink) co
 std::size_t XJson::ApproximateJsonLength() const noexcept {
     const json::value& value = JsonValue(*this);
     return value.is_null() ? 2 : ::ApproximateJsonLength(value);
-}
-
-XJson XJson::Take(const std::string& key) noexcept {
-    XJson out;
-    json::value& value = JsonValue(*this);
-    if (!value.is_object()) return out;
-    const auto member = value.get_object().find(View(key));
-    if (member != value.get_object().end()) {
-        JsonValue(out) = std::move(member->value());
-        member->value().emplace_null();
-    }
-    return out;
 }
 
 bool XJson::IsObject() const noexcept {

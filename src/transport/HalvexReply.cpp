@@ -131,7 +131,8 @@ void HalvexReply::Update(XJson& reply) {
         QString error = Platform::String::WQ(reply.ToXString("error"));
         QString message = Platform::String::WQ(reply.ToXString("msg"));
         const long long timestamp = reply.ToInt64("timestamp");
-        XJson data = reply["data"];
+        // Moved, not copied: the document is the channel's own, and the data may be most of a large reply.
+        XJson data = reply.Take("data");
         if (Pelmor::MemoryShortages() != shortagesBefore) return;
         token_.swap(token);
         code_ = code;
