@@ -1,4 +1,4 @@
-#include "ServiceHosts.h"
+#include "transport/ServiceHosts.h"
 
 #include <cstdlib>
 #include <cstring>
