@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "frame/ServiceHosts.h"
+#include "transport/ServiceHosts.h"
 
 namespace {
 
