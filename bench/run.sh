@@ -8,32 +8,39 @@
 #                                configured for it, so parallel runs on other ports do not collide
 #   bench/run.sh --smoke         every benchmark once with very few iterations: proves they still build
 #                                and run; its figures mean nothing (CI)
+#   bench/run.sh --no-build      use BUILD_DIR as it is (configured for the same port, benchmarks built)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 json=0
 smoke=0
+rebuild=1
 port=${PELMOR_BENCH_PORT:-18090}
 while [[ $# -gt 0 ]]; do
     case $1 in
         --json) json=1 ;;
         --smoke) smoke=1 ;;
+        --no-build) rebuild=0 ;;
         --port) port=$2; shift ;;
-        *) echo "usage: bench/run.sh [--json] [--smoke] [--port N]" >&2; exit 2 ;;
+        *) echo "usage: bench/run.sh [--json] [--smoke] [--no-build] [--port N]" >&2; exit 2 ;;
     esac
     shift
 done
 
 say() { echo "$@" >&2; }
 
-scripts/install-deps.sh >&2
-command -v jq >/dev/null || { say "bench/run.sh needs jq (scripts/install-deps.sh installs it)"; exit 1; }
-
 build=${BUILD_DIR:-build-bench}
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DPELMOR_BUILD_BENCH=ON -DPELMOR_BUILD_TESTS=OFF \
-    -DPELMOR_SERVICE_HOST="127.0.0.1:$port" >&2
-cmake --build "$build" --target bench_channel_codec bench_loopback bench_large_file pelmor-emulator \
-    -j "$(nproc)" >&2
+if [[ $rebuild -eq 1 ]]; then
+    scripts/install-deps.sh >&2
+    cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DPELMOR_BUILD_BENCH=ON -DPELMOR_BUILD_TESTS=OFF \
+        -DPELMOR_SERVICE_HOST="127.0.0.1:$port" >&2
+    cmake --build "$build" --target bench_channel_codec bench_loopback bench_large_file pelmor-emulator \
+        -j "$(nproc)" >&2
+elif ! grep -q "^PELMOR_SERVICE_HOST:STRING=127.0.0.1:$port\$" "$build/CMakeCache.txt" 2>/dev/null; then
+    say "$build is not configured for port $port"
+    exit 1
+fi
+command -v jq >/dev/null || { say "bench/run.sh needs jq (scripts/install-deps.sh installs it)"; exit 1; }
 
 results=$(mktemp -d)
 emulator=""

@@ -2,7 +2,10 @@
 
 #include <openssl/evp.h>
 
+#include "Base64Groups.h"
+
 #include <climits>
+#include <cstdint>
 #include <memory>
 
 namespace {
@@ -40,18 +43,39 @@ QByteArray RunCipher(bool encrypt, const unsigned char* key, const unsigned char
     return output;
 }
 
-constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr const char* kAlphabet = kBase64Alphabet;
 
-struct DecodeTable {
-    signed char values[256];
-    constexpr DecodeTable() : values() {
-        for (int i = 0; i < 256; ++i)
-            values[i] = -1;
+// The last one or two bytes with their padding.
+char* EncodeTail(const unsigned char* in, std::size_t count, char* out) {
+    const unsigned n = (in[0] << 16) | (count > 1 ? in[1] << 8 : 0);
+    *out++ = kAlphabet[(n >> 18) & 63];
+    *out++ = kAlphabet[(n >> 12) & 63];
+    *out++ = count > 1 ? kAlphabet[(n >> 6) & 63] : '=';
+    *out++ = '=';
+    return out;
+}
+
+// Each character's six bits already shifted into place for its position in a group of four; a character
+// outside the alphabet sets kInvalid, so one test per group finds it.
+constexpr std::uint32_t kInvalid = 1u << 24;
+struct DecodeTables {
+    std::uint32_t shifted[4][256];
+    constexpr DecodeTables() : shifted() {
+        for (int p = 0; p < 4; ++p)
+            for (int c = 0; c < 256; ++c)
+                shifted[p][c] = kInvalid;
         for (int i = 0; i < 64; ++i)
-            values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<signed char>(i);
+            for (int p = 0; p < 4; ++p)
+                shifted[p][static_cast<unsigned char>(kAlphabet[i])] = static_cast<std::uint32_t>(i)
+                                                                       << (18 - 6 * p);
     }
 };
-constexpr DecodeTable kDecode;
+constexpr DecodeTables kDecode;
+
+inline std::uint32_t DecodeGroup(const unsigned char* in) {
+    return kDecode.shifted[0][in[0]] | kDecode.shifted[1][in[1]] | kDecode.shifted[2][in[2]] |
+           kDecode.shifted[3][in[3]];
+}
 
 }  // namespace
 
@@ -75,6 +99,56 @@ QByteArray DecryptPKCS7(const unsigned char* key, const unsigned char* iv, QByte
     }
 }
 
+struct Encryptor::Context {
+    CipherContext cipher;
+    bool ok = false;
+};
+
+Encryptor::Encryptor(const unsigned char* key, const unsigned char* iv) noexcept {
+    try {
+        context_ = std::make_unique<Context>();
+    } catch (...) {
+        return;
+    }
+    if (!key || !iv) return;
+    context_->cipher.reset(EVP_CIPHER_CTX_new());
+    context_->ok = context_->cipher &&
+                   EVP_EncryptInit_ex(context_->cipher.get(), EVP_aes_256_cbc(), nullptr, key, iv) == 1;
+}
+
+Encryptor::~Encryptor() = default;
+
+bool Encryptor::Update(const char* data, std::size_t length, char* out, std::size_t& written) noexcept {
+    written = 0;
+    if (!context_ || !context_->ok) return false;
+    // EVP takes int lengths: feed larger pieces in slices.
+    constexpr std::size_t kSlice = 1u << 30;
+    while (length > 0) {
+        const std::size_t slice = length < kSlice ? length : kSlice;
+        int produced = 0;
+        if (EVP_EncryptUpdate(context_->cipher.get(), reinterpret_cast<unsigned char*>(out + written),
+                              &produced, reinterpret_cast<const unsigned char*>(data),
+                              static_cast<int>(slice)) != 1) {
+            context_->ok = false;
+            return false;
+        }
+        written += static_cast<std::size_t>(produced);
+        data += slice;
+        length -= slice;
+    }
+    return true;
+}
+
+bool Encryptor::Finish(char* out, std::size_t& written) noexcept {
+    written = 0;
+    if (!context_ || !context_->ok) return false;
+    int produced = 0;
+    context_->ok =
+        EVP_EncryptFinal_ex(context_->cipher.get(), reinterpret_cast<unsigned char*>(out), &produced) == 1;
+    written = static_cast<std::size_t>(produced);
+    return context_->ok;
+}
+
 }  // namespace CBC
 }  // namespace AES
 
@@ -90,22 +164,8 @@ QByteArray Encode(const char* data, std::size_t length) {
         return QByteArray();
     }
     const auto* in = reinterpret_cast<const unsigned char*>(data);
-    char* out = text.data();
-    std::size_t i = 0;
-    for (; i + 3 <= length; i += 3) {
-        const unsigned n = (in[i] << 16) | (in[i + 1] << 8) | in[i + 2];
-        *out++ = kAlphabet[(n >> 18) & 63];
-        *out++ = kAlphabet[(n >> 12) & 63];
-        *out++ = kAlphabet[(n >> 6) & 63];
-        *out++ = kAlphabet[n & 63];
-    }
-    if (i < length) {
-        const unsigned n = (in[i] << 16) | (i + 1 < length ? in[i + 1] << 8 : 0);
-        *out++ = kAlphabet[(n >> 18) & 63];
-        *out++ = kAlphabet[(n >> 12) & 63];
-        *out++ = i + 1 < length ? kAlphabet[(n >> 6) & 63] : '=';
-        *out++ = '=';
-    }
+    char* out = EncodeGroups(in, length / 3, text.data());
+    if (length % 3) EncodeTail(in + length / 3 * 3, length % 3, out);
     return text;
 }
 
@@ -129,19 +189,17 @@ QByteArray Decode(const char* text, std::size_t length) {
     const std::size_t fullGroups = (length / 4) - (padding ? 1 : 0);
     std::size_t i = 0;
     for (std::size_t group = 0; group < fullGroups; ++group, i += 4) {
-        const int a = kDecode.values[in[i]], b = kDecode.values[in[i + 1]];
-        const int c = kDecode.values[in[i + 2]], d = kDecode.values[in[i + 3]];
-        if ((a | b | c | d) < 0) return QByteArray();
-        const unsigned n = (a << 18) | (b << 12) | (c << 6) | d;
+        const std::uint32_t n = DecodeGroup(in + i);
+        if (n & kInvalid) return QByteArray();
         *out++ = static_cast<char>(n >> 16);
         *out++ = static_cast<char>(n >> 8);
         *out++ = static_cast<char>(n);
     }
     if (padding) {
-        const int a = kDecode.values[in[i]], b = kDecode.values[in[i + 1]];
-        const int c = padding == 1 ? kDecode.values[in[i + 2]] : 0;
-        if ((a | b | c) < 0) return QByteArray();
-        const unsigned n = (a << 18) | (b << 12) | (c << 6);
+        const unsigned char zero = static_cast<unsigned char>(kAlphabet[0]);
+        const unsigned char last[4] = {in[i], in[i + 1], padding == 1 ? in[i + 2] : zero, zero};
+        const std::uint32_t n = DecodeGroup(last);
+        if (n & kInvalid) return QByteArray();
         // Bits below the last encoded byte must be zero, else the text was not produced by an encoder.
         if ((padding == 2 && (n & 0xFFFF)) || (padding == 1 && (n & 0xFF))) return QByteArray();
         *out++ = static_cast<char>(n >> 16);
@@ -152,6 +210,39 @@ QByteArray Decode(const char* text, std::size_t length) {
 
 QByteArray Decode(const QByteArray& text) {
     return Decode(text.constData(), static_cast<std::size_t>(text.size()));
+}
+
+std::size_t Encoder::Update(const char* data, std::size_t length, char* out) noexcept {
+    if (!data || !out) return 0;
+    const auto* in = reinterpret_cast<const unsigned char*>(data);
+    char* const start = out;
+    if (heldCount_ > 0) {
+        unsigned char group[3] = {held_[0], held_[1], 0};
+        while (heldCount_ < 3 && length > 0) {
+            group[heldCount_++] = *in++;
+            --length;
+        }
+        if (heldCount_ < 3) {
+            held_[0] = group[0];
+            held_[1] = group[1];
+            return 0;
+        }
+        out = EncodeGroups(group, 1, out);
+        heldCount_ = 0;
+    }
+    out = EncodeGroups(in, length / 3, out);
+    in += length / 3 * 3;
+    heldCount_ = length % 3;
+    for (std::size_t k = 0; k < heldCount_; ++k)
+        held_[k] = in[k];
+    return static_cast<std::size_t>(out - start);
+}
+
+std::size_t Encoder::Finish(char* out) noexcept {
+    if (!out || heldCount_ == 0) return 0;
+    const std::size_t count = heldCount_;
+    heldCount_ = 0;
+    return static_cast<std::size_t>(EncodeTail(held_, count, out) - out);
 }
 
 }  // namespace BASE64

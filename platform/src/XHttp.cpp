@@ -57,13 +57,31 @@ class ThreadHandles {
 };
 
 struct Response {
+    CURL* handle = nullptr;
     QByteArray body;
     bool overflow = false;
 };
 
+// Room for the whole body at its first piece when the server announced its length, so that a large
+// reply is not moved again and again as it grows.
+void ReserveAnnounced(Response& response) {
+    curl_off_t announced = -1;
+    if (curl_easy_getinfo(response.handle, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced) != CURLE_OK)
+        return;
+    if (announced > 0 && announced <= XHttp::kMaxResponseBytes)
+        response.body.reserve(static_cast<int>(announced));
+}
+
 size_t CollectBody(char* data, size_t size, size_t count, void* user) {
     auto* response = static_cast<Response*>(user);
     const size_t length = size * count;
+    if (response->body.isEmpty()) {
+        try {
+            ReserveAnnounced(*response);
+        } catch (...) {
+            // Without the room the body still grows piece by piece.
+        }
+    }
     if (static_cast<long long>(response->body.size()) + static_cast<long long>(length) >
         XHttp::kMaxResponseBytes) {
         response->overflow = true;
@@ -93,6 +111,7 @@ int Perform(ThreadHandle& slot, const XString& url, const QByteArray& body, Resp
         slot.headers = withExpect;
     }
     CURL* curl = slot.handle;
+    response.handle = curl;
     // No curl_easy_reset(): every option is set again below on each call, and a reset costs a few
     // microseconds per request.
     const std::string address = url.ToUtf8();

@@ -2,12 +2,12 @@
 #include "pelmor/platform/MemoryShortage.h"
 
 #include <boost/json/parse.hpp>
-#include <boost/json/serialize.hpp>
 #include <charconv>
 #include <cmath>
 #include <limits>
 #include <new>
 
+#include "JsonText.h"
 #include "XJsonValue.h"
 
 namespace json = boost::json;
@@ -199,13 +199,13 @@ json::value Sanitized(const json::value& v) {
     }
 }
 
-json::value ParseText(const std::string& text, bool& ok) noexcept {
+json::value ParseText(json::string_view text, bool& ok) noexcept {
     ok = false;
     try {
         json::parse_options options;
         options.allow_invalid_utf8 = true;
         json::error_code ec;
-        json::value v = json::parse(View(text), ec, json::storage_ptr(), options);
+        json::value v = json::parse(text, ec, json::storage_ptr(), options);
         if (ec) return json::value();
         ok = true;
         return v;
@@ -252,7 +252,7 @@ XJson::XJson() noexcept {
 
 XJson::XJson(const std::string& text) noexcept : XJson() {
     bool ok;
-    JsonValue(*this) = ParseText(text, ok);
+    JsonValue(*this) = ParseText(View(text), ok);
 }
 
 XJson::XJson(const XJson& other) noexcept : XJson() {
@@ -288,25 +288,33 @@ XJson::~XJson() {
 }
 
 bool XJson::Parse(const std::string& text) noexcept {
-    bool ok;
-    JsonValue(*this) = ParseText(text, ok);
+    return Parse(text.data(), text.size());
+}
+
+bool XJson::Parse(const char* text, std::size_t length) noexcept {
+    bool ok = false;
+    JsonValue(*this) = text ? ParseText(json::string_view(text, length), ok) : json::value();
     return ok;
 }
 
 void XJson::Add(const std::string& key, const std::string& value) noexcept {
+    Add(key, std::string_view(value));
+}
+
+void XJson::Add(const std::string& key, std::string_view value) noexcept {
     try {
-        Put(JsonValue(*this), key, json::value(View(SanitizeUtf8(value))));
+        // Valid text, by far the usual case, is copied once, straight into the value.
+        if (IsValidUtf8(value.data(), value.size()))
+            Put(JsonValue(*this), key, json::value(json::string_view(value.data(), value.size())));
+        else
+            Put(JsonValue(*this), key, json::value(View(SanitizeUtf8(std::string(value)))));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
     }
 }
 
 void XJson::Add(const std::string& key, const char* value) noexcept {
-    try {
-        Add(key, std::string(value ? value : ""));
-    } catch (...) {
-        Pelmor::NoteMemoryShortage();
-    }
+    Add(key, std::string_view(value ? value : ""));
 }
 
 void XJson::Add(const std::string& key, int value) noexcept {
@@ -323,6 +331,15 @@ void XJson::Add(const std::string& key, double value) noexcept {
 }
 void XJson::Add(const std::string& key, bool value) noexcept {
     Put(JsonValue(*this), key, json::value(value));
+}
+
+void XJson::Add(const std::string& key, XJson&& value) noexcept {
+    try {
+        json::value& moved = JsonValue(value);
+        Put(JsonValue(*this), key, moved.is_null() ? json::value(json::object()) : std::move(moved));
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
 }
 
 void XJson::Add(const std::string& key, const XJson& value) noexcept {
@@ -457,14 +474,46 @@ bool XJson::Contains(const std::string& key) const noexcept {
 
 std::string XJson::ToJson() const noexcept {
     try {
-        if (JsonValue(*this).is_null()) return "{}";
-        // Parsed replies may carry invalid UTF-8; what we render is always valid JSON.
-        if (NeedsSanitizing(JsonValue(*this))) return json::serialize(Sanitized(JsonValue(*this)));
-        return json::serialize(JsonValue(*this));
+        std::string text;
+        if (Render([&text](const char* piece, std::size_t length) {
+                text.append(piece, length);
+                return true;
+            }))
+            return text;
     } catch (...) {
         Pelmor::NoteMemoryShortage();
-        return std::string();
     }
+    return std::string();
+}
+
+bool XJson::Render(const std::function<bool(const char*, std::size_t)>& sink) const noexcept {
+    try {
+        const json::value& value = JsonValue(*this);
+        if (value.is_null()) return sink("{}", 2);
+        // Parsed replies may carry invalid UTF-8; what we render is always valid JSON.
+        if (NeedsSanitizing(value)) return RenderJson(Sanitized(value), sink);
+        return RenderJson(value, sink);
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+        return false;
+    }
+}
+
+std::size_t XJson::ApproximateJsonLength() const noexcept {
+    const json::value& value = JsonValue(*this);
+    return value.is_null() ? 2 : ::ApproximateJsonLength(value);
+}
+
+XJson XJson::Take(const std::string& key) noexcept {
+    XJson out;
+    json::value& value = JsonValue(*this);
+    if (!value.is_object()) return out;
+    const auto member = value.get_object().find(View(key));
+    if (member != value.get_object().end()) {
+        JsonValue(out) = std::move(member->value());
+        member->value().emplace_null();
+    }
+    return out;
 }
 
 bool XJson::IsObject() const noexcept {

@@ -1,5 +1,7 @@
 #include "pelmor/platform/XString.h"
 
+#include <cstdint>
+#include <cstring>
 #include <cwctype>
 
 namespace {
@@ -60,7 +62,14 @@ bool IsValidUtf8(const char* text, size_t length) noexcept {
     const auto* bytes = reinterpret_cast<const unsigned char*>(text);
     size_t i = 0;
     while (i < length) {
-        // Plain ASCII runs are by far the common case.
+        // Plain ASCII runs are by far the common case: skip them a word at a time.
+        while (i + sizeof(std::uint64_t) <= length) {
+            std::uint64_t word;
+            std::memcpy(&word, bytes + i, sizeof word);
+            if (word & 0x8080808080808080ull) break;
+            i += sizeof word;
+        }
+        if (i >= length) break;
         if (bytes[i] < 0x80) {
             ++i;
             continue;

@@ -2,7 +2,7 @@
 #include <pelmor/PelmorSocket.h>
 
 #include <QByteArray>
-#include <string>
+#include <cstddef>
 
 #include "frame/ServiceCall.h"
 
@@ -11,8 +11,13 @@ HalvexReply* _7374312F_0CF9_4A1A_B7C5_2B98C48CA64D(std::function<void(const QByt
         "client.config", static_cast<bool>(callback), [] { return XJson(); },
         [&](HalvexReply& reply) {
             // The service's code is not checked: a refusal still hands over whatever data it carried.
-            const std::string text = reply.Data().ToJson();
-            const QByteArray configuration(text.data(), static_cast<int>(text.size()));
+            // Rendered straight into the bytes handed over, since the data can be large; never in part.
+            QByteArray configuration;
+            if (!reply.Data().Render([&configuration](const char* piece, std::size_t length) {
+                    configuration.append(piece, static_cast<int>(length));
+                    return true;
+                }))
+                configuration.clear();
             ServiceCall::Deliver(callback, configuration);
         });
 }

@@ -89,9 +89,10 @@ XString PelmorSocketHelper::RequestAddress() {
 
 namespace {
 
-// The members both request forms share, in the order the service reads them.
-void AppendParamsAndSettings(XJson& document, const XJson& params) {
-    document.Append("params", params);
+// The members both request forms share, in the order the service reads them. The parameters are moved
+// in: they may carry a device's whole file.
+void AppendParamsAndSettings(XJson& document, XJson&& params) {
+    document.Add("params", std::move(params));
     document.Append("source", _StaticSocketSource);
     document.Append("token", _StaticSocketToken);
     document.Append("version", _StaticSocketVersion);
@@ -99,16 +100,16 @@ void AppendParamsAndSettings(XJson& document, const XJson& params) {
 
 }  // namespace
 
-XJson PelmorSocketHelper::BuildJson(const char* method, const XJson& params) {
+XJson PelmorSocketHelper::BuildJson(const char* method, XJson params) {
     XJson document;
-    document.Add("method", std::string(method));
-    AppendParamsAndSettings(document, params);
+    document.Add("method", method);
+    AppendParamsAndSettings(document, std::move(params));
     return document;
 }
 
-XJson PelmorSocketHelper::BuildJson(const XJson& params) {
+XJson PelmorSocketHelper::BuildJson(XJson params) {
     XJson document;
-    AppendParamsAndSettings(document, params);
+    AppendParamsAndSettings(document, std::move(params));
     return document;
 }
 

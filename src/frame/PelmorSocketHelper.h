@@ -98,8 +98,8 @@ class PelmorSocketHelper : public PelmorSocketInterface {
     static XString RequestAddress();
 
     // The request document: "method" (first form only), "params", then the current source, token and version.
-    static XJson BuildJson(const char* method, const XJson& params);
-    static XJson BuildJson(const XJson& params);
+    static XJson BuildJson(const char* method, XJson params);
+    static XJson BuildJson(XJson params);
 
     // The device in request form: its chip id, product type and serial, and the full description.
     static XString DeviceToECID(ISocketDevice* device);

@@ -7,9 +7,11 @@
 #include <QByteArray>
 #include <new>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "frame/PelmorSocketHelper.h"
+#include "frame/TextLength.h"
 
 // The one shape every service operation of both editions has:
 //   a fresh reply (it reads as HALVEX_REPLY_INVALID_ARG until answered);
@@ -101,13 +103,14 @@ void Deliver(const Callback& callback, Values&&... values) noexcept {
 }
 
 // A narrow text parameter: a missing text goes as an empty one, and bytes end at the first zero byte,
-// like the C string they are taken as.
-inline std::string Text(const char* text) {
-    return text ? std::string(text) : std::string();
+// like the C string they are taken as. A view: XJson copies it once, into the document.
+inline std::string_view Text(const char* text) {
+    return text ? std::string_view(text) : std::string_view();
 }
 
-inline std::string Text(const QByteArray& bytes) {
-    return std::string(bytes.constData(), qstrnlen(bytes.constData(), static_cast<uint>(bytes.size())));
+inline std::string_view Text(const QByteArray& bytes) {
+    return std::string_view(bytes.constData(),
+                            TextLength(bytes.constData(), static_cast<std::size_t>(bytes.size())));
 }
 
 // For operations that read nothing back.

@@ -3,6 +3,11 @@
 #include <pelmor/platform/XHttp.h>
 
 #include <cstring>
+#include <string>
+#include <string_view>
+
+#include "ChannelBody.h"
+#include "frame/TextLength.h"
 
 namespace {
 
@@ -13,13 +18,28 @@ const unsigned char* Iv() {
     return reinterpret_cast<const unsigned char*>(_StaticAesIv);
 }
 
-// Bytes as text, stopping at the first zero byte as every text taken from a byte array does.
-std::string TextOf(const QByteArray& bytes) {
-    return std::string(bytes.constData(), qstrnlen(bytes.constData(), bytes.size()));
+// Bytes parsed as text that stops at the first zero byte, as every text taken from a byte array does.
+XJson ParseText(const QByteArray& bytes) {
+    XJson parsed;
+    parsed.Parse(bytes.constData(), TextLength(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+    return parsed;
 }
 
-QByteArray BytesOf(const std::string& text) {
-    return QByteArray(text.data(), static_cast<int>(text.size()));
+// The "data" text of an envelope in the compact form the service writes, {"En":1,"data":"<Base64>"}, cut
+// out directly: Base64 needs no unescaping, and a reply's whole payload is in it. A null view for any
+// other form, which is then parsed.
+std::string_view CompactEnvelopeData(const char* text, std::size_t length) {
+    static constexpr std::string_view kStart = R"({"En":1,"data":")";
+    static constexpr std::string_view kEnd = R"("})";
+    const std::string_view envelope(text, length);
+    if (length < kStart.size() + kEnd.size() || envelope.substr(0, kStart.size()) != kStart ||
+        envelope.substr(length - kEnd.size()) != kEnd)
+        return std::string_view();
+    const std::string_view data = envelope.substr(kStart.size(), length - kStart.size() - kEnd.size());
+    // Two scans with memchr: find_first_of would test each byte against the set one call at a time.
+    if (std::memchr(data.data(), '"', data.size()) || std::memchr(data.data(), '\\', data.size()))
+        return std::string_view();
+    return data;
 }
 
 bool IsGatewayFailure(int status) {
@@ -29,35 +49,34 @@ bool IsGatewayFailure(int status) {
 }  // namespace
 
 QByteArray HalvexHTTP::Encrypt_BASE64_AES(XJson& document) {
-    try {
-        // Rendering gives "" only when it ran out of memory (a document renders at least as "{}"): send
-        // nothing rather than an empty request.
-        const std::string text = document.ToJson();
-        if (text.empty()) return QByteArray();
-        const QByteArray cipher = XCrypt::AES::CBC::EncryptPKCS7(Key(), Iv(), BytesOf(text));
-        const QByteArray inner = XCrypt::BASE64::Encode(cipher);
-        if (inner.isEmpty()) return QByteArray();
-        // {"En":1,"data":"<inner>"} written out directly: Base64 text needs no escaping, and this is on
-        // every request's path.
-        const std::string innerText = TextOf(inner);
-        std::string envelope;
-        envelope.reserve(innerText.size() + 20);
-        envelope.append(R"({"En":1,"data":")").append(innerText).append(R"("})");
-        const QByteArray body = XCrypt::BASE64::Encode(BytesOf(envelope));
-        return body.left(static_cast<int>(qstrnlen(body.constData(), body.size())));
-    } catch (...) {
+    // The text goes to the cipher as it is rendered: a large document never exists twice.
+    ChannelBodyWriter writer(Key(), Iv(), document.ApproximateJsonLength());
+    if (!document.Render(
+            [&writer](const char* piece, std::size_t length) { return writer.Write(piece, length); }))
         return QByteArray();
-    }
+    return writer.Finish();
 }
 
 XJson HalvexHTTP::Decrypt_AES_BASE64(const QByteArray& body) {
     try {
-        const XJson envelope(TextOf(XCrypt::BASE64::Decode(body)));
-        if (envelope.IsEmpty()) return XJson();
-        const std::string inner = envelope.ToString("data");
-        const QByteArray plain =
-            XCrypt::AES::CBC::DecryptPKCS7(Key(), Iv(), XCrypt::BASE64::Decode(inner.data(), inner.size()));
-        return XJson(TextOf(plain));
+        QByteArray cipher;
+        {
+            const QByteArray envelope = XCrypt::BASE64::Decode(body);
+            const std::size_t length =
+                TextLength(envelope.constData(), static_cast<std::size_t>(envelope.size()));
+            std::string_view data = CompactEnvelopeData(envelope.constData(), length);
+            std::string parsedData;
+            if (!data.data()) {
+                XJson parsed;
+                parsed.Parse(envelope.constData(), length);
+                if (parsed.IsEmpty()) return XJson();
+                parsedData = parsed.ToString("data");
+                data = parsedData;
+            }
+            cipher = XCrypt::BASE64::Decode(data.data(), data.size());
+        }
+        // Each layer is let go as soon as the next exists, so that a large reply is held at most twice.
+        return ParseText(XCrypt::AES::CBC::DecryptPKCS7(Key(), Iv(), std::move(cipher)));
     } catch (...) {
         return XJson();
     }
@@ -65,7 +84,8 @@ XJson HalvexHTTP::Decrypt_AES_BASE64(const QByteArray& body) {
 
 QByteArray HalvexHTTP::Encrypt_BASE64(XJson& document) {
     try {
-        return XCrypt::BASE64::Encode(BytesOf(document.ToJson()));
+        const std::string text = document.ToJson();
+        return XCrypt::BASE64::Encode(text.data(), text.size());
     } catch (...) {
         return QByteArray();
     }
@@ -73,7 +93,7 @@ QByteArray HalvexHTTP::Encrypt_BASE64(XJson& document) {
 
 XJson HalvexHTTP::Decrypt_BASE64(const QByteArray& body) {
     try {
-        return XJson(TextOf(XCrypt::BASE64::Decode(body)));
+        return ParseText(XCrypt::BASE64::Decode(body));
     } catch (...) {
         return XJson();
     }
@@ -102,14 +122,19 @@ bool HalvexHTTP::POST(HalvexReply* reply, const XString& url, XJson document) {
         reply->Update(IsGatewayFailure(status) ? HALVEX_REPLY_CONNECT_ERROR : HALVEX_REPLY_HTTP_ERROR);
         return false;
     }
-    XJson answer =
-        Decrypt_AES_BASE64(response.left(static_cast<int>(qstrnlen(response.constData(), response.size()))));
+    response.truncate(
+        static_cast<int>(TextLength(response.constData(), static_cast<std::size_t>(response.size()))));
+    XJson answer = Decrypt_AES_BASE64(response);
+    response.clear();
     if (answer.IsEmpty()) {
         reply->Update(HALVEX_REPLY_DECRYPT_ERROR);
         return false;
     }
-    // The service's own code is not looked at here: a refusal is still a stored reply.
+    // The service's own code is not looked at here: a refusal is still a stored reply. The data, which
+    // can be large, is moved into the reply rather than copied.
+    XJson data = answer.Take("data");
     reply->Update(answer);
+    reply->Data() = std::move(data);
     return true;
 }
 
@@ -122,5 +147,5 @@ bool HalvexHTTP::POST(HalvexReply* reply, const XString& base, const XString& pa
         reply->Update(HALVEX_REPLY_INVALID_ARG);
         return false;
     }
-    return POST(reply, url, document);
+    return POST(reply, url, std::move(document));
 }

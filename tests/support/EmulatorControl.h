@@ -13,7 +13,8 @@ std::string BaseUrl();
 void Reset();
 
 // Every service request since the last reset, oldest first: objects with "address", "operation",
-// "path", "target", "headers", "body", "document" and "decode_error".
+// "path", "target", "headers", "body", "document", "decode_error", "script" and "response" (what went
+// back: "status", the "reply" envelope, a "note").
 XJson Log();
 
 // The newest logged request, or an empty value.

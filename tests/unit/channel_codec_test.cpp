@@ -2,12 +2,33 @@
 #include <pelmor/HalvexHTTP.h>
 #include <pelmor/platform/XCrypt.h>
 
+#include <openssl/evp.h>
+
+#include <cstdio>
+
 #include "TestData.h"
 
 namespace {
 
 QByteArray Bytes(const std::string& text) {
     return QByteArray(text.data(), static_cast<int>(text.size()));
+}
+
+const auto* kKey = reinterpret_cast<const unsigned char*>(_StaticAesKey);
+const auto* kIv = reinterpret_cast<const unsigned char*>(_StaticAesIv);
+
+// OpenSSL's own Base64, so that the layers below are not checked against our encoder.
+std::string OpensslBase64(const QByteArray& bytes) {
+    std::string text((static_cast<size_t>(bytes.size()) + 2) / 3 * 4 + 1, '\0');
+    const int written =
+        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(&text[0]),
+                        reinterpret_cast<const unsigned char*>(bytes.constData()), bytes.size());
+    text.resize(static_cast<size_t>(written));
+    return text;
+}
+
+std::string InnerBase64(const std::string& text) {
+    return OpensslBase64(XCrypt::AES::CBC::EncryptPKCS7(kKey, kIv, Bytes(text)));
 }
 
 // request.body was produced from request.json with the openssl and base64 tools (see tests/data/wire).
@@ -18,6 +39,42 @@ TEST(ChannelCodec, BodyMatchesTheCommandLineVector) {
         << "rendering must be compact and ordered";
     EXPECT_EQ(HalvexHTTP::Encrypt_BASE64_AES(document), Bytes(ReadTestData("wire/request.body")));
     EXPECT_TRUE(HalvexHTTP::Decrypt_AES_BASE64(Bytes(ReadTestData("wire/request.body"))) == document);
+}
+
+// Documents far larger than the pieces the body is written in, with escapes and multi-byte text falling
+// across piece boundaries: the body is exactly the layers built one after the other.
+TEST(ChannelCodec, LargeBodiesAreTheLayersBuiltOneByOne) {
+    for (size_t size : {48u * 1024 - 40, 300000u, 1000003u}) {
+        std::string text;
+        while (text.size() < size)
+            text += "line \"quoted\"\t设备 ü\n";
+        XJson document;
+        document.Add("file", text);
+        document.Add("n", static_cast<long long>(size));
+        const std::string envelope = R"({"En":1,"data":")" + InnerBase64(document.ToJson()) + R"("})";
+        EXPECT_EQ(HalvexHTTP::Encrypt_BASE64_AES(document), Bytes(OpensslBase64(Bytes(envelope)))) << size;
+    }
+}
+
+// The reply's envelope is read without a parser when it has the form the service writes; every other
+// way of writing the same JSON must still work.
+TEST(ChannelCodec, EnvelopesInAnyJsonFormDecrypt) {
+    XJson document(std::string(R"({"code":0,"data":{"k":"v"}})"));
+    const std::string inner = InnerBase64(document.ToJson());
+    // The first character written as a JSON escape.
+    char escape[8];
+    std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(inner[0]));
+    const std::string escaped = escape + inner.substr(1);
+    const std::string envelopes[] = {
+        R"({"En":1,"data":")" + inner + R"("})",
+        R"({ "En": 1, "data": ")" + inner + R"(" })",
+        R"({"data":")" + inner + R"(","En":1})",
+        R"({"En":1,"data":")" + escaped + R"("})",
+        R"({"En":1,"data":")" + inner + R"("})" + std::string(1, '\0') + "trailing bytes after a zero",
+    };
+    for (const std::string& envelope : envelopes)
+        EXPECT_TRUE(HalvexHTTP::Decrypt_AES_BASE64(Bytes(OpensslBase64(Bytes(envelope)))) == document)
+            << envelope;
 }
 
 TEST(ChannelCodec, RoundTripsLargeAndNonAsciiDocuments) {
@@ -32,8 +89,8 @@ TEST(ChannelCodec, RoundTripsLargeAndNonAsciiDocuments) {
 }
 
 TEST(ChannelCodec, EveryBrokenLayerDecryptsToEmpty) {
-    const auto* key = reinterpret_cast<const unsigned char*>(_StaticAesKey);
-    const auto* iv = reinterpret_cast<const unsigned char*>(_StaticAesIv);
+    const auto* key = kKey;
+    const auto* iv = kIv;
     auto wrap = [](const std::string& envelope) { return XCrypt::BASE64::Encode(Bytes(envelope)); };
     const QByteArray notJsonInside =
         XCrypt::BASE64::Encode(XCrypt::AES::CBC::EncryptPKCS7(key, iv, Bytes("plain text, not JSON")));

@@ -66,6 +66,21 @@ TEST_F(EmulatorControl, TheLogCanBeFilteredAndClearedAlone) {
     EXPECT_EQ(Log()[0]["seq"], 1);
 }
 
+TEST_F(EmulatorControl, AnAnswerThatComesAfterAClearStaysOffNewerEntries) {
+    Script({{"match", "client.config"}, {"delay_ms", 400}, {"reply", {{"code", 9}}}});
+    std::thread slow([this] { Standard("client.config"); });
+    for (int i = 0; i < 2000 && Log().empty(); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    Post("log/clear");
+    Standard("user.info");  // seq 1 again, answered while the first request still waits
+    slow.join();
+
+    const json log = Log();
+    ASSERT_EQ(log.size(), 1u) << log.dump();
+    EXPECT_EQ(log[0]["operation"], "user.info");
+    EXPECT_EQ(log[0]["response"]["reply"]["code"], 40101);
+}
+
 TEST_F(EmulatorControl, ScriptsNameARealOperationAndCanBeWithdrawn) {
     // A misspelt operation would never fire; it is refused with a reason instead.
     const Answer misspelt = Post("script", {{"match", "client.confg"}, {"status", 500}});

@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
 #include <pelmor/platform/XCrypt.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
+#include <vector>
 
 // Expected texts were produced with `openssl enc -aes-256-cbc -K <key> -iv <iv> | base64 -w0` and
 // `printf ... | base64`, so these tests check our code against an implementation that is not ours.
@@ -16,6 +19,37 @@ QByteArray Bytes(const std::string& text) {
 }
 std::string Text(const QByteArray& bytes) {
     return std::string(bytes.constData(), bytes.size());
+}
+
+// Bytes of every value, so that each table entry and each carry between pieces is exercised.
+std::string Pattern(size_t length) {
+    std::string bytes(length, '\0');
+    for (size_t i = 0; i < length; ++i)
+        bytes[i] = static_cast<char>((i * 131 + length) & 0xFF);
+    return bytes;
+}
+
+// OpenSSL's own Base64: an encoder that is not ours.
+std::string OpensslBase64(const std::string& bytes) {
+    std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0');
+    const int written =
+        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(&text[0]),
+                        reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()));
+    text.resize(static_cast<size_t>(written));
+    return text;
+}
+
+// Feeds bytes to an encoder in pieces of the given size and joins what comes out.
+template <typename Feed>
+std::string InPieces(const std::string& bytes, size_t piece, size_t room, Feed feed) {
+    std::string joined;
+    std::vector<char> out(room);
+    for (size_t at = 0; at <= bytes.size(); at += piece) {
+        const size_t length = std::min(piece, bytes.size() - at);
+        joined.append(out.data(), feed(bytes.data() + at, length, out.data()));
+        if (length == 0) break;
+    }
+    return joined;
 }
 
 std::string EncryptToBase64(const std::string& plain) {
@@ -43,6 +77,32 @@ TEST(XCryptAes, RoundTripsAnyLength) {
     }
 }
 
+TEST(XCryptAes, EncryptorInPiecesGivesTheWholeCipher) {
+    for (size_t length : {0u, 15u, 16u, 17u, 100003u}) {
+        const std::string plain = Pattern(length);
+        const QByteArray whole = XCrypt::AES::CBC::EncryptPKCS7(kKey, kIv, Bytes(plain));
+        for (size_t piece : {1u, 5u, 16u, 33u, 65536u}) {
+            XCrypt::AES::CBC::Encryptor encryptor(kKey, kIv);
+            std::string streamed = InPieces(plain, piece, XCrypt::AES::CBC::Encryptor::OutputRoom(piece),
+                                            [&](const char* data, size_t n, char* out) {
+                                                size_t written = 0;
+                                                EXPECT_TRUE(encryptor.Update(data, n, out, written));
+                                                return written;
+                                            });
+            char last[XCrypt::AES::CBC::Encryptor::kBlock];
+            size_t written = 0;
+            EXPECT_TRUE(encryptor.Finish(last, written));
+            streamed.append(last, written);
+            EXPECT_EQ(streamed, Text(whole)) << length << " in pieces of " << piece;
+        }
+    }
+    XCrypt::AES::CBC::Encryptor keyless(nullptr, kIv);
+    char out[64];
+    size_t written = 0;
+    EXPECT_FALSE(keyless.Update("abc", 3, out, written));
+    EXPECT_FALSE(keyless.Finish(out, written));
+}
+
 TEST(XCryptAes, DamagedCipherTextDecryptsToEmpty) {
     const QByteArray cipher = XCrypt::AES::CBC::EncryptPKCS7(kKey, kIv, Bytes("some secret document"));
     EXPECT_TRUE(
@@ -65,6 +125,30 @@ TEST(XCryptBase64, MatchesTheStandardEncoding) {
     }
     const std::string binary("\x00\xff\xfe\x80\x7f", 5);
     EXPECT_EQ(Text(XCrypt::BASE64::Decode(XCrypt::BASE64::Encode(Bytes(binary)))), binary);
+}
+
+TEST(XCryptBase64, AgreesWithOpensslForEveryLengthAndAnySplit) {
+    std::vector<size_t> lengths;
+    for (size_t length = 0; length <= 40; ++length)
+        lengths.push_back(length);
+    lengths.insert(lengths.end(), {100000, 100001, 100002});
+    for (size_t length : lengths) {
+        const std::string bytes = Pattern(length);
+        const std::string expected = OpensslBase64(bytes);
+        EXPECT_EQ(Text(XCrypt::BASE64::Encode(bytes.data(), bytes.size())), expected) << length;
+        if (length > 0) {
+            EXPECT_EQ(Text(XCrypt::BASE64::Decode(Bytes(expected))), bytes) << length;
+        }
+        for (size_t piece : {1u, 2u, 4u, 7u, 4096u}) {
+            XCrypt::BASE64::Encoder encoder;
+            std::string streamed =
+                InPieces(bytes, piece, XCrypt::BASE64::Encoder::OutputRoom(piece),
+                         [&](const char* data, size_t n, char* out) { return encoder.Update(data, n, out); });
+            char tail[4];
+            streamed.append(tail, encoder.Finish(tail));
+            EXPECT_EQ(streamed, expected) << length << " in pieces of " << piece;
+        }
+    }
 }
 
 TEST(XCryptBase64, TextThatIsNotBase64DecodesToEmpty) {

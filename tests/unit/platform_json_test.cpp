@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
+
 #include <pelmor/platform/XJson.h>
+#include <cstdio>
 
 #include <climits>
 #include <limits>
@@ -129,6 +133,69 @@ TEST(XJsonText, InvalidUtf8NeverReachesTheWire) {
     wide.Append("name", XString(L"设备\U0001F600"));
     EXPECT_EQ(wide.ToJson(), "{\"name\":\"设备\xF0\x9F\x98\x80\"}");
     EXPECT_EQ(wide.ToXString("name"), XString(L"设备\U0001F600"));
+}
+
+// Our renderer copies strings in runs; the bytes must stay exactly what the JSON library writes.
+TEST(XJsonRender, WritesWhatTheJsonLibraryWrites) {
+    std::string everyCharacter = "\"";
+    for (int c = 1; c < 0x80; ++c) {
+        char escaped[8];
+        std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
+        everyCharacter += escaped;
+    }
+    everyCharacter += "设备\"";
+    std::string atEveryOffset = "\"";
+    for (int offset = 0; offset < 24; ++offset)
+        atEveryOffset += std::string(static_cast<size_t>(offset), 'a') + "\\\"\\n\\\\\\u001f";
+    atEveryOffset += "\"";
+    const std::string texts[] = {
+        "[" + everyCharacter + "," + atEveryOffset + "]",
+        "{" + everyCharacter + ":" + atEveryOffset + ",\"k\\ty\":{}}",
+        R"([0,-1,18446744073709551615,-9223372036854775808,2.5,1e300,-0.0,1.0E-7,true,false,null,{},[],[[]]])",
+        R"({"a":{"b":[{"c":"d"},"e"],"f":""},"g":0.1})",
+    };
+    for (const std::string& text : texts) {
+        const XJson parsed(text);
+        ASSERT_FALSE(parsed.IsEmpty()) << text;
+        EXPECT_EQ(parsed.ToJson(), boost::json::serialize(boost::json::parse(text))) << text;
+    }
+}
+
+TEST(XJsonRender, PiecesJoinToTheTextAndASinkCanStop) {
+    XJson document;
+    document.Add("big", std::string(100000, 'x') + "\"\n" + std::string(50000, 'y'));
+    document.Add("bad", std::string("a\xff"));
+    std::string joined;
+    int pieces = 0;
+    EXPECT_TRUE(document.Render([&](const char* piece, size_t length) {
+        joined.append(piece, length);
+        ++pieces;
+        return true;
+    }));
+    EXPECT_EQ(joined, document.ToJson());
+    EXPECT_GT(pieces, 1);
+    const std::string tail = "\"bad\":\"a\xEF\xBF\xBD\"}";
+    EXPECT_EQ(joined.substr(joined.size() - tail.size()), tail) << "invalid UTF-8 is replaced in pieces too";
+
+    int calls = 0;
+    EXPECT_FALSE(document.Render([&](const char*, size_t) { return ++calls < 2; }));
+    EXPECT_EQ(calls, 2);
+}
+
+TEST(XJsonValue, MovingInAndTakingOutKeepTheRestInPlace) {
+    XJson params(std::string(R"({"file":"abc","n":1})"));
+    XJson document;
+    document.Add("method", "m");
+    document.Add("params", std::move(params));
+    document.Add("empty", XJson());
+    document.Add("last", true);
+    EXPECT_EQ(document.ToJson(), R"({"method":"m","params":{"file":"abc","n":1},"empty":{},"last":true})");
+
+    XJson taken = document.Take("params");
+    EXPECT_EQ(taken.ToString("file"), "abc");
+    EXPECT_EQ(document.ToJson(), R"({"method":"m","params":null,"empty":{},"last":true})");
+    EXPECT_TRUE(document.Take("absent").IsEmpty());
+    EXPECT_TRUE(XJson(std::string("[1]")).Take("params").IsEmpty());
 }
 
 // The JSON library turns numbers out of range into infinity (and some into NaN); neither may reach a

@@ -33,6 +33,21 @@ TEST(XStringUtf8, ConvertsBothWaysAndReplacesInvalidInput) {
     EXPECT_TRUE(IsValidUtf8("\xEF\xBF\xBD", 3));
 }
 
+// ASCII is skipped a word at a time: a bad or a multi-byte sequence must be seen at every offset of a
+// word and in the bytes after the last whole word.
+TEST(Utf8Check, SeesEverySequenceWhereverItFallsInAWord) {
+    for (size_t at = 0; at < 40; ++at) {
+        std::string text(41, 'a');
+        text[at] = '\xFF';
+        EXPECT_FALSE(IsValidUtf8(text.data(), text.size())) << at;
+        text.replace(at, 1, "\xE8\xAE\xBE");
+        EXPECT_TRUE(IsValidUtf8(text.data(), text.size())) << at;
+        text.erase(at + 2, 1);  // cut short
+        EXPECT_FALSE(IsValidUtf8(text.data(), text.size())) << at;
+    }
+    EXPECT_TRUE(IsValidUtf8("", 0));
+}
+
 TEST(XStringCompare, CaseSensitivityZeroIgnoresCase) {
     const XString y(L"Y");
     EXPECT_EQ(y.compare(L"y", CaseInsensitive), 0);

@@ -148,7 +148,7 @@ void serve(Context& ctx, const httplib::Request& req, httplib::Response& res) {
     LogEntry entry = entry_of(req, address_name(target.address), operation);
     entry.document = decoded.document;
     entry.decode_error = decoded.error;
-    const auto seq = ctx.log.append(std::move(entry));
+    const auto logged = ctx.log.append(std::move(entry));
 
     LogResponse response;
     if (auto script = ctx.scripts.take(operation, true)) {
@@ -160,12 +160,13 @@ void serve(Context& ctx, const httplib::Request& req, httplib::Response& res) {
     }
     const std::string outcome =
         response.note + (response.script ? " (script " + std::to_string(response.script) + ")" : "");
-    ctx.log.answer(seq, std::move(response));
+    ctx.log.answer(logged.ticket, std::move(response));
 
     if (!ctx.options.quiet) {
-        std::fprintf(stderr, "pelmor-emulator: #%llu %s %s %s -> %s\n", static_cast<unsigned long long>(seq),
-                     req.method.c_str(), address_name(target.address),
-                     operation.empty() ? "-" : operation.c_str(), outcome.c_str());
+        std::fprintf(stderr, "pelmor-emulator: #%llu %s %s %s -> %s\n",
+                     static_cast<unsigned long long>(logged.seq), req.method.c_str(),
+                     address_name(target.address), operation.empty() ? "-" : operation.c_str(),
+                     outcome.c_str());
     }
 }
 

@@ -80,15 +80,15 @@ void serve_http_probe(Context& ctx, const std::string& control_name, const httpl
                       httplib::Response& res) {
     const std::string probe = control_name.substr(sizeof kPrefix - 1);
     // Logged before answering, so that a client that gives up on a slow answer still left its trace.
-    const auto seq = ctx.log.append(entry_of(req, "http", probe));
+    const auto logged = ctx.log.append(entry_of(req, "http", probe));
     const std::string outcome = answer(probe, req, res);
     LogResponse response;
     response.status = res.status == -1 ? 200 : res.status;
     response.note = outcome;
-    ctx.log.answer(seq, std::move(response));
+    ctx.log.answer(logged.ticket, std::move(response));
     if (!ctx.options.quiet) {
         std::fprintf(stderr, "pelmor-emulator: #%llu %s http %s -> %s\n",
-                     static_cast<unsigned long long>(seq), req.method.c_str(), probe.c_str(),
+                     static_cast<unsigned long long>(logged.seq), req.method.c_str(), probe.c_str(),
                      outcome.c_str());
     }
 }

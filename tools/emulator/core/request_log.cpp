@@ -21,22 +21,24 @@ bool LogFilter::matches(const LogEntry& e) const {
            (address.empty() || e.address == address);
 }
 
-std::uint64_t RequestLog::append(LogEntry entry) {
+RequestLog::Logged RequestLog::append(LogEntry entry) {
     std::lock_guard<std::mutex> lock(mutex_);
     entry.seq = next_seq_++;
-    const auto seq = entry.seq;
-    if (limit_ == 0) return seq;
+    entry.ticket = next_ticket_++;
+    const Logged logged{entry.seq, entry.ticket};
+    if (limit_ == 0) return logged;
     if (entries_.size() >= limit_) entries_.pop_front();
     entries_.push_back(std::move(entry));
-    return seq;
+    return logged;
 }
 
-void RequestLog::answer(std::uint64_t seq, LogResponse response) {
+void RequestLog::answer(std::uint64_t ticket, LogResponse response) {
     std::lock_guard<std::mutex> lock(mutex_);
-    // Entries are kept in seq order, so the one wanted is found by halving.
-    const auto it = std::lower_bound(entries_.begin(), entries_.end(), seq,
-                                     [](const LogEntry& e, std::uint64_t wanted) { return e.seq < wanted; });
-    if (it == entries_.end() || it->seq != seq) return;
+    // Entries are kept in ticket order, so the one wanted is found by halving.
+    const auto it =
+        std::lower_bound(entries_.begin(), entries_.end(), ticket,
+                         [](const LogEntry& e, std::uint64_t wanted) { return e.ticket < wanted; });
+    if (it == entries_.end() || it->ticket != ticket) return;
     it->answered = true;
     it->response = std::move(response);
 }

@@ -22,7 +22,8 @@ struct LogResponse {
 };
 
 struct LogEntry {
-    std::uint64_t seq = 0;  // assigned by RequestLog::append
+    std::uint64_t seq = 0;     // assigned by RequestLog::append; restarts at 1 when the log is cleared
+    std::uint64_t ticket = 0;  // assigned by RequestLog::append; never restarts
     std::string http_method;
     std::string target;
     std::string path;
@@ -53,10 +54,15 @@ class RequestLog {
   public:
     explicit RequestLog(std::size_t limit) : limit_(limit) {}
 
+    struct Logged {
+        std::uint64_t seq;     // what the log shows
+        std::uint64_t ticket;  // what answer() takes
+    };
     // Requests are logged on arrival, so that one whose answer never comes still leaves its trace.
-    std::uint64_t append(LogEntry entry);
-    // Adds the response to the entry of seq, if it is still kept.
-    void answer(std::uint64_t seq, LogResponse response);
+    Logged append(LogEntry entry);
+    // Adds the response to the entry of ticket, if it is still kept. Tickets, unlike seq, never restart,
+    // so an answer that comes after a clear cannot land on a newer entry.
+    void answer(std::uint64_t ticket, LogResponse response);
 
     nlohmann::ordered_json to_json(const LogFilter& filter = {}) const;
     void clear();
@@ -65,6 +71,7 @@ class RequestLog {
     mutable std::mutex mutex_;
     std::size_t limit_;
     std::uint64_t next_seq_ = 1;
+    std::uint64_t next_ticket_ = 1;
     std::deque<LogEntry> entries_;
 };
 

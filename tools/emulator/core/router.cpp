@@ -59,6 +59,14 @@ const ControlHandler* Router::find_control(const std::string& name) const {
     return it == controls_.end() ? nullptr : &it->second;
 }
 
+std::vector<std::string> Router::control_names() const {
+    std::vector<std::string> names;
+    for (const auto& item : controls_)
+        names.push_back(item.first);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 void Router::add_site_step(std::string name) {
     site_steps_.push_back(std::move(name));
 }

@@ -50,6 +50,7 @@ class Router {
 
     void add_control(std::string name, ControlHandler handler);
     const ControlHandler* find_control(const std::string& name) const;
+    std::vector<std::string> control_names() const;
 
     // Steps of the coverage site that scripts may name; the site answers them itself.
     void add_site_step(std::string name);

@@ -229,7 +229,7 @@ LogResponse apply_script(Context& ctx, const Script& script, const std::string& 
 
 void serve(Context& ctx, const httplib::Request& req, httplib::Response& res) {
     const std::string step = step_of(req);
-    const auto seq = ctx.log.append(entry_of(req, "coverage", step));
+    const auto logged = ctx.log.append(entry_of(req, "coverage", step));
     LogResponse response;
     if (auto script = ctx.scripts.take(kScriptPrefix + step, false)) {
         if (script->delay_ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(script->delay_ms));
@@ -241,10 +241,11 @@ void serve(Context& ctx, const httplib::Request& req, httplib::Response& res) {
     }
     const std::string outcome =
         response.note + (response.script ? " (script " + std::to_string(response.script) + ")" : "");
-    ctx.log.answer(seq, std::move(response));
+    ctx.log.answer(logged.ticket, std::move(response));
     if (!ctx.options.quiet) {
         std::fprintf(stderr, "pelmor-emulator: #%llu %s coverage %s -> %s\n",
-                     static_cast<unsigned long long>(seq), req.method.c_str(), step.c_str(), outcome.c_str());
+                     static_cast<unsigned long long>(logged.seq), req.method.c_str(), step.c_str(),
+                     outcome.c_str());
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <cstddef>
+#include <memory>
 
 #include "Export.h"
 
@@ -15,6 +16,29 @@ PELMOR_PLATFORM_API QByteArray EncryptPKCS7(const unsigned char* key, const unsi
                                             QByteArray data);
 PELMOR_PLATFORM_API QByteArray DecryptPKCS7(const unsigned char* key, const unsigned char* iv,
                                             QByteArray data);
+
+// EncryptPKCS7 for data that arrives in pieces, so that no whole copy of it is needed: the pieces of
+// output, joined, are what EncryptPKCS7 gives for the joined input.
+class PELMOR_PLATFORM_API Encryptor {
+  public:
+    Encryptor(const unsigned char* key, const unsigned char* iv) noexcept;
+    ~Encryptor();
+    Encryptor(const Encryptor&) = delete;
+    Encryptor& operator=(const Encryptor&) = delete;
+
+    // Room Update needs in out for length bytes of input; Finish needs kBlock.
+    static constexpr std::size_t kBlock = 16;
+    static std::size_t OutputRoom(std::size_t length) noexcept { return length + kBlock; }
+
+    // Encrypts the next piece; false once anything has failed (bad key material, no memory).
+    bool Update(const char* data, std::size_t length, char* out, std::size_t& written) noexcept;
+    // Pads and encrypts the last block.
+    bool Finish(char* out, std::size_t& written) noexcept;
+
+  private:
+    struct Context;
+    std::unique_ptr<Context> context_;
+};
 }  // namespace CBC
 }  // namespace AES
 
@@ -24,5 +48,22 @@ PELMOR_PLATFORM_API QByteArray Encode(const QByteArray& data);
 PELMOR_PLATFORM_API QByteArray Encode(const char* data, std::size_t length);
 PELMOR_PLATFORM_API QByteArray Decode(const QByteArray& text);
 PELMOR_PLATFORM_API QByteArray Decode(const char* text, std::size_t length);
+
+// Encode for data that arrives in pieces: the joined output equals Encode of the joined input. Holds at
+// most two bytes between calls and allocates nothing.
+class PELMOR_PLATFORM_API Encoder {
+  public:
+    // Room Update needs in out for length bytes of input; Finish needs 4.
+    static std::size_t OutputRoom(std::size_t length) noexcept { return (length + 2) / 3 * 4 + 4; }
+
+    // Encodes what forms whole groups of three with the bytes held back; returns the characters written.
+    std::size_t Update(const char* data, std::size_t length, char* out) noexcept;
+    // The held-back bytes with '=' padding.
+    std::size_t Finish(char* out) noexcept;
+
+  private:
+    unsigned char held_[2] = {0, 0};
+    std::size_t heldCount_ = 0;
+};
 }  // namespace BASE64
 }  // namespace XCrypt

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include "Export.h"
 #include "XString.h"
@@ -27,11 +30,13 @@ class PELMOR_PLATFORM_API XJson {
 
     // Replaces the value with the parsed text; false (and an empty value) when the text is not JSON.
     bool Parse(const std::string& text) noexcept;
+    bool Parse(const char* text, std::size_t length) noexcept;
 
     // Building. Each adds one member to an object (a value that is not yet an object becomes one);
     // a key added twice keeps its first place and takes the new value. Narrow text is UTF-8; invalid
     // bytes are replaced so that what is rendered is always valid JSON.
     void Add(const std::string& key, const std::string& value) noexcept;
+    void Add(const std::string& key, std::string_view value) noexcept;
     void Add(const std::string& key, const char* value) noexcept;
     void Add(const std::string& key, int value) noexcept;
     void Add(const std::string& key, long long value) noexcept;
@@ -39,6 +44,8 @@ class PELMOR_PLATFORM_API XJson {
     void Add(const std::string& key, double value) noexcept;
     void Add(const std::string& key, bool value) noexcept;
     void Add(const std::string& key, const XJson& value) noexcept;
+    // Moves value in: the way to place a large parameters object without copying it.
+    void Add(const std::string& key, XJson&& value) noexcept;
     void Append(const std::string& key, const XJson& value) noexcept;
     void Append(const std::string& key, const XString& value) noexcept;
     // Adds one element to an array (a value that is not yet an array becomes one).
@@ -52,6 +59,8 @@ class PELMOR_PLATFORM_API XJson {
     bool ToBool(const std::string& key) const noexcept;
     double ToDouble(const std::string& key) const noexcept;
     XJson ToObject(const std::string& key) const noexcept;
+    // Moves a member out, leaving null in its place; empty when absent.
+    XJson Take(const std::string& key) noexcept;
 
     // The same conversions applied to this value itself (for array elements).
     std::string AsString() const noexcept;
@@ -78,6 +87,11 @@ class PELMOR_PLATFORM_API XJson {
     // Compact UTF-8 JSON text, members in insertion order. An empty value renders as "{}" so that an
     // operation without parameters sends "params": {}.
     std::string ToJson() const noexcept;
+    // The same text handed to sink in pieces, so that a large document need not exist as one text.
+    // Stops and gives false when sink does, or when rendering fails part-way.
+    bool Render(const std::function<bool(const char* piece, std::size_t length)>& sink) const noexcept;
+    // About the length of that text, found without rendering it, for sizing a buffer once.
+    std::size_t ApproximateJsonLength() const noexcept;
 
     bool operator==(const XJson& other) const noexcept;
     bool operator!=(const XJson& other) const noexcept { return !(*this == other); }

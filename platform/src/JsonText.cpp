@@ -1,0 +1,197 @@
+#include "JsonText.h"
+
+#include <boost/json/serializer.hpp>
+#include <cstdint>
+#include <cstring>
+
+namespace json = boost::json;
+
+namespace {
+
+using Sink = std::function<bool(const char*, std::size_t)>;
+
+// Collects small writes into pieces; long runs go to the sink directly.
+class PieceWriter {
+  public:
+    explicit PieceWriter(const Sink& sink) : sink_(sink) {}
+
+    void Put(const char* text, std::size_t length) {
+        if (!ok_) return;
+        if (length > sizeof buffer_ / 2) {
+            Flush();
+            ok_ = ok_ && sink_(text, length);
+            return;
+        }
+        if (used_ + length > sizeof buffer_) Flush();
+        std::memcpy(buffer_ + used_, text, length);
+        used_ += length;
+    }
+    void Put(char c) { Put(&c, 1); }
+
+    bool Finish() {
+        Flush();
+        return ok_;
+    }
+
+  private:
+    void Flush() {
+        if (ok_ && used_ > 0) ok_ = sink_(buffer_, used_);
+        used_ = 0;
+    }
+
+    const Sink& sink_;
+    char buffer_[16 * 1024];
+    std::size_t used_ = 0;
+    bool ok_ = true;
+};
+
+constexpr std::uint64_t kOnes = 0x0101010101010101ull;
+constexpr std::uint64_t kHighs = 0x8080808080808080ull;
+
+inline std::uint64_t ZeroBytes(std::uint64_t word) {
+    return (word - kOnes) & ~word & kHighs;
+}
+
+// True when one of the eight bytes is a control character, '"' or '\\'.
+inline bool WordNeedsEscape(std::uint64_t word) {
+    const std::uint64_t control = (word - 0x20 * kOnes) & ~word & kHighs;
+    return (control | ZeroBytes(word ^ ('"' * kOnes)) | ZeroBytes(word ^ ('\\' * kOnes))) != 0;
+}
+
+inline bool NeedsEscape(unsigned char c) {
+    return c < 0x20 || c == '"' || c == '\\';
+}
+
+void WriteEscape(PieceWriter& out, unsigned char c) {
+    char escape[6] = {'\\', 0, 0, 0, 0, 0};
+    switch (c) {
+        case '"':
+            escape[1] = '"';
+            break;
+        case '\\':
+            escape[1] = '\\';
+            break;
+        case '\b':
+            escape[1] = 'b';
+            break;
+        case '\t':
+            escape[1] = 't';
+            break;
+        case '\n':
+            escape[1] = 'n';
+            break;
+        case '\f':
+            escape[1] = 'f';
+            break;
+        case '\r':
+            escape[1] = 'r';
+            break;
+        default: {
+            static constexpr char kHex[] = "0123456789abcdef";
+            const char unicode[6] = {'\\', 'u', '0', '0', kHex[c >> 4], kHex[c & 15]};
+            out.Put(unicode, sizeof unicode);
+            return;
+        }
+    }
+    out.Put(escape, 2);
+}
+
+void WriteString(PieceWriter& out, json::string_view text) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    const std::size_t length = text.size();
+    out.Put('"');
+    std::size_t runStart = 0;
+    std::size_t i = 0;
+    while (i < length) {
+        if (i + sizeof(std::uint64_t) <= length) {
+            std::uint64_t word;
+            std::memcpy(&word, bytes + i, sizeof word);
+            if (!WordNeedsEscape(word)) {
+                i += sizeof word;
+                continue;
+            }
+        }
+        if (NeedsEscape(bytes[i])) {
+            out.Put(text.data() + runStart, i - runStart);
+            WriteEscape(out, bytes[i]);
+            runStart = i + 1;
+        }
+        ++i;
+    }
+    out.Put(text.data() + runStart, length - runStart);
+    out.Put('"');
+}
+
+// Numbers, booleans and null as the library's own serializer writes them.
+void WriteScalar(PieceWriter& out, const json::value& value) {
+    json::serializer serializer;
+    serializer.reset(&value);
+    char text[64];
+    while (!serializer.done()) {
+        const json::string_view piece = serializer.read(text, sizeof text);
+        out.Put(piece.data(), piece.size());
+    }
+}
+
+void WriteValue(PieceWriter& out, const json::value& value) {
+    switch (value.kind()) {
+        case json::kind::string:
+            WriteString(out, value.get_string());
+            return;
+        case json::kind::array: {
+            out.Put('[');
+            bool first = true;
+            for (const json::value& element : value.get_array()) {
+                if (!first) out.Put(',');
+                first = false;
+                WriteValue(out, element);
+            }
+            out.Put(']');
+            return;
+        }
+        case json::kind::object: {
+            out.Put('{');
+            bool first = true;
+            for (const json::key_value_pair& member : value.get_object()) {
+                if (!first) out.Put(',');
+                first = false;
+                WriteString(out, member.key());
+                out.Put(':');
+                WriteValue(out, member.value());
+            }
+            out.Put('}');
+            return;
+        }
+        default:
+            WriteScalar(out, value);
+    }
+}
+
+}  // namespace
+
+bool RenderJson(const json::value& value, const Sink& sink) {
+    PieceWriter out(sink);
+    WriteValue(out, value);
+    return out.Finish();
+}
+
+std::size_t ApproximateJsonLength(const json::value& value) noexcept {
+    switch (value.kind()) {
+        case json::kind::string:
+            return value.get_string().size() + 2;
+        case json::kind::array: {
+            std::size_t length = 2;
+            for (const json::value& element : value.get_array())
+                length += ApproximateJsonLength(element) + 1;
+            return length;
+        }
+        case json::kind::object: {
+            std::size_t length = 2;
+            for (const json::key_value_pair& member : value.get_object())
+                length += member.key().size() + 4 + ApproximateJsonLength(member.value());
+            return length;
+        }
+        default:
+            return 24;  // the longest number
+    }
+}

@@ -1,0 +1,87 @@
+#include "ChannelBody.h"
+
+#include <climits>
+
+namespace {
+
+constexpr std::size_t kPiece = 48 * 1024;
+constexpr char kEnvelopeStart[] = R"({"En":1,"data":")";
+constexpr char kEnvelopeEnd[] = R"("})";
+
+// The body's length for a text of the given length: two Base64 layers around the padded cipher text.
+std::size_t BodyLength(std::size_t textLength) {
+    const std::size_t cipher = textLength / 16 * 16 + 16;
+    const std::size_t envelope = (cipher + 2) / 3 * 4 + sizeof kEnvelopeStart + sizeof kEnvelopeEnd;
+    return (envelope + 2) / 3 * 4;
+}
+
+}  // namespace
+
+ChannelBodyWriter::ChannelBodyWriter(const unsigned char* key, const unsigned char* iv,
+                                     std::size_t textLength) noexcept
+    : cipher_(key, iv) {
+    try {
+        // A little over, for the escapes the estimate leaves out; should it still fall short, the body grows.
+        const std::size_t room = BodyLength(textLength + textLength / 64) + 64;
+        if (room < static_cast<std::size_t>(INT_MAX)) body_.reserve(static_cast<int>(room));
+        cipherPiece_.resize(XCrypt::AES::CBC::Encryptor::OutputRoom(kPiece));
+        innerPiece_.resize(XCrypt::BASE64::Encoder::OutputRoom(cipherPiece_.size()));
+        ok_ = PutEnvelope(kEnvelopeStart, sizeof kEnvelopeStart - 1);
+    } catch (...) {
+        ok_ = false;
+    }
+}
+
+bool ChannelBodyWriter::Write(const char* text, std::size_t length) noexcept {
+    try {
+        while (ok_ && length > 0) {
+            const std::size_t piece = length < kPiece ? length : kPiece;
+            std::size_t written = 0;
+            ok_ = cipher_.Update(text, piece, cipherPiece_.data(), written) &&
+                  PutCipher(cipherPiece_.data(), written);
+            text += piece;
+            length -= piece;
+        }
+    } catch (...) {
+        ok_ = false;
+    }
+    return ok_;
+}
+
+QByteArray ChannelBodyWriter::Finish() noexcept {
+    try {
+        std::size_t written = 0;
+        ok_ = ok_ && cipher_.Finish(cipherPiece_.data(), written) && PutCipher(cipherPiece_.data(), written);
+        if (ok_) {
+            written = inner_.Finish(innerPiece_.data());
+            ok_ = PutEnvelope(innerPiece_.data(), written) &&
+                  PutEnvelope(kEnvelopeEnd, sizeof kEnvelopeEnd - 1);
+        }
+        if (ok_) {
+            char tail[4];
+            const std::size_t count = outer_.Finish(tail);
+            body_.append(tail, static_cast<int>(count));
+            return body_;
+        }
+    } catch (...) {
+    }
+    ok_ = false;
+    return QByteArray();
+}
+
+bool ChannelBodyWriter::PutCipher(const char* cipher, std::size_t length) {
+    const std::size_t written = inner_.Update(cipher, length, innerPiece_.data());
+    return PutEnvelope(innerPiece_.data(), written);
+}
+
+// Envelope text goes through the outer encoder straight into the body.
+bool ChannelBodyWriter::PutEnvelope(const char* text, std::size_t length) {
+    const std::size_t room = XCrypt::BASE64::Encoder::OutputRoom(length);
+    const auto size = static_cast<std::size_t>(body_.size());
+    // QByteArray sizes are int.
+    if (room > static_cast<std::size_t>(INT_MAX) - size) return false;
+    body_.resize(static_cast<int>(size + room));
+    const std::size_t written = outer_.Update(text, length, body_.data() + size);
+    body_.resize(static_cast<int>(size + written));
+    return true;
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <pelmor/platform/XCrypt.h>
+
+#include <QByteArray>
+#include <cstddef>
+#include <vector>
+
+// The encrypted channel's request body, Base64 of {"En":1,"data":"<Base64 of AES-256-CBC of the text>"},
+// written while the document's text arrives in pieces. Only the body itself is ever held whole: the
+// text, the cipher text and the envelope pass through buffers the size of one piece.
+class ChannelBodyWriter {
+  public:
+    // textLength: about how long the text will be, so that the body is sized once.
+    ChannelBodyWriter(const unsigned char* key, const unsigned char* iv, std::size_t textLength) noexcept;
+
+    // The next piece of the document's text; false once anything has failed.
+    bool Write(const char* text, std::size_t length) noexcept;
+    // The whole body; empty when anything failed.
+    QByteArray Finish() noexcept;
+
+  private:
+    bool PutCipher(const char* cipher, std::size_t length);
+    bool PutEnvelope(const char* text, std::size_t length);
+
+    XCrypt::AES::CBC::Encryptor cipher_;
+    XCrypt::BASE64::Encoder inner_;
+    XCrypt::BASE64::Encoder outer_;
+    std::vector<char> cipherPiece_;
+    std::vector<char> innerPiece_;
+    QByteArray body_;
+    bool ok_ = true;
+};
