@@ -5,55 +5,31 @@
 #include <httplib.h>
 #include <pelmor/PelmorSocket.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "LoopbackServer.h"
 
 namespace {
 
 // A stand-in service on a free loopback port that records the paths it was asked for.
-class RecordingServer {
-  public:
-    RecordingServer() {
-        server_.set_keep_alive_timeout(1);  // stop() waits for idle keep-alive connections
-        server_.Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
-            std::lock_guard<std::mutex> lock(mutex_);
-            paths_.push_back(request.path);
-            response.set_content("not a reply", "text/plain");
-        });
-        port_ = server_.bind_to_any_port("127.0.0.1");
-        thread_ = std::thread([this] { server_.listen_after_bind(); });
-        for (int i = 0; i < 5000 && !server_.is_running(); ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    ~RecordingServer() {
-        server_.stop();
-        thread_.join();
-    }
-    RecordingServer(const RecordingServer&) = delete;
-    RecordingServer& operator=(const RecordingServer&) = delete;
-
-    int Port() const { return port_; }
-    std::vector<std::string> Paths() {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return paths_;
-    }
-
-  private:
-    httplib::Server server_;
-    int port_ = -1;
-    std::thread thread_;
-    std::mutex mutex_;
-    std::vector<std::string> paths_;
+struct RecordedPaths {
+    std::mutex mutex;
+    std::vector<std::string> paths;
 };
 
 TEST(HostOverride, TheServiceHostFromTheEnvironmentWinsOverTheCompiledOne) {
-    RecordingServer service;
-    ASSERT_GT(service.Port(), 0);
-    const std::string host = "127.0.0.1:" + std::to_string(service.Port());
+    RecordedPaths recorded;
+    auto service = LoopbackServer::Http([&recorded](httplib::Server& http) {
+        http.Post(".*", [&recorded](const httplib::Request& request, httplib::Response& response) {
+            std::lock_guard<std::mutex> lock(recorded.mutex);
+            recorded.paths.push_back(request.path);
+            response.set_content("not a reply", "text/plain");
+        });
+    });
+    const std::string host = service->Address();
     ASSERT_NE(host, PELMOR_SERVICE_HOST);
     ASSERT_EQ(setenv("PELMOR_SERVICE_HOST", host.c_str(), 1), 0);
 
@@ -70,7 +46,8 @@ TEST(HostOverride, TheServiceHostFromTheEnvironmentWinsOverTheCompiledOne) {
     dlclose(library);
     unsetenv("PELMOR_SERVICE_HOST");
 
-    const std::vector<std::string> paths = service.Paths();
+    service.reset();  // stopped: nothing records any more
+    const std::vector<std::string>& paths = recorded.paths;
     ASSERT_EQ(paths.size(), 1u) << "the request did not reach " << host;
     EXPECT_EQ(paths[0].rfind("/modules/app/api.do", 0), 0u) << paths[0];
 }
