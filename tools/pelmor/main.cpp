@@ -5,6 +5,15 @@
 
 #include "Command.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+// In sanitizer builds pelmor skips the leak check at exit: the USB libraries it links (libusb under
+// libirecovery) leak on their own and keep threads that the leak checker's tracer crashes on. The library
+// pelmor loads is leak-checked by its own tests.
+extern "C" __attribute__((visibility("default"))) int __lsan_is_turned_off() {
+    return 1;
+}
+#endif
+
 int main(int argc, char** argv) {
     pelmor::Options options;
     options.statePath = pelmor::State::DefaultPath();
