@@ -11,6 +11,10 @@ namespace {
 struct ThreadHandle {
     CURL* handle = nullptr;
     curl_slist* headers = nullptr;
+    // What the handle was last set up for: the options that never change are set once, and the address
+    // again only when it differs (libcurl parses it anew on every set).
+    bool configured = false;
+    XString url;
 
     ThreadHandle() = default;
     ThreadHandle(const ThreadHandle&) = delete;
@@ -112,19 +116,25 @@ int Perform(ThreadHandle& slot, const XString& url, const QByteArray& body, Resp
     }
     CURL* curl = slot.handle;
     response.handle = curl;
-    // No curl_easy_reset(): every option is set again below on each call, and a reset costs a few
+    // No curl_easy_reset(): what differs between calls is set again below, and a reset costs a few
     // microseconds per request.
-    const std::string address = url.ToUtf8();
-    curl_easy_setopt(curl, CURLOPT_URL, address.c_str());
-    curl_easy_setopt(curl, CURLOPT_POST, 1L);
+    if (!slot.configured) {
+        curl_easy_setopt(curl, CURLOPT_POST, 1L);
+        curl_easy_setopt(curl, CURLOPT_HTTPHEADER, slot.headers);
+        curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 0L);
+        curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+        curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, XHttp::kConnectTimeoutSeconds);
+        curl_easy_setopt(curl, CURLOPT_TIMEOUT, XHttp::kRequestTimeoutSeconds);
+        curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, CollectBody);
+        slot.configured = true;
+    }
+    if (slot.url != url) {
+        slot.url.clear();
+        if (curl_easy_setopt(curl, CURLOPT_URL, url.ToUtf8().c_str()) != CURLE_OK) return 0;
+        slot.url = url;
+    }
     curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.constData());
     curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, slot.headers);
-    curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 0L);
-    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, XHttp::kConnectTimeoutSeconds);
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT, XHttp::kRequestTimeoutSeconds);
-    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, CollectBody);
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, &response);
     if (curl_easy_perform(curl) != CURLE_OK) return 0;
     long status = 0;

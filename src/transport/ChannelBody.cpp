@@ -1,10 +1,13 @@
 #include "ChannelBody.h"
 
 #include <climits>
+#include <new>
 
 namespace {
 
 constexpr std::size_t kPiece = 48 * 1024;
+// A small request's text passes in one piece of about its own size, not in a buffer made for 8 MiB files.
+constexpr std::size_t kSmallestPiece = 1024;
 constexpr char kEnvelopeStart[] = R"({"En":1,"data":")";
 constexpr char kEnvelopeEnd[] = R"("})";
 
@@ -24,9 +27,11 @@ ChannelBodyWriter::ChannelBodyWriter(const unsigned char* key, const unsigned ch
         // A little over, for the escapes the estimate leaves out; should it still fall short, the body grows.
         const std::size_t room = BodyLength(textLength + textLength / 64) + 64;
         if (room < static_cast<std::size_t>(INT_MAX)) body_.reserve(static_cast<int>(room));
-        cipherPiece_.resize(XCrypt::AES::CBC::Encryptor::OutputRoom(kPiece));
-        innerPiece_.resize(XCrypt::BASE64::Encoder::OutputRoom(cipherPiece_.size()));
-        ok_ = PutEnvelope(kEnvelopeStart, sizeof kEnvelopeStart - 1);
+        piece_ = textLength < kSmallestPiece ? kSmallestPiece : textLength < kPiece ? textLength : kPiece;
+        const std::size_t cipherRoom = XCrypt::AES::CBC::Encryptor::OutputRoom(piece_);
+        cipherPiece_.reset(new (std::nothrow) char[cipherRoom]);
+        innerPiece_.reset(new (std::nothrow) char[XCrypt::BASE64::Encoder::OutputRoom(cipherRoom)]);
+        ok_ = cipherPiece_ && innerPiece_ && PutEnvelope(kEnvelopeStart, sizeof kEnvelopeStart - 1);
     } catch (...) {
         ok_ = false;
     }
@@ -35,10 +40,10 @@ ChannelBodyWriter::ChannelBodyWriter(const unsigned char* key, const unsigned ch
 bool ChannelBodyWriter::Write(const char* text, std::size_t length) noexcept {
     try {
         while (ok_ && length > 0) {
-            const std::size_t piece = length < kPiece ? length : kPiece;
+            const std::size_t piece = length < piece_ ? length : piece_;
             std::size_t written = 0;
-            ok_ = cipher_.Update(text, piece, cipherPiece_.data(), written) &&
-                  PutCipher(cipherPiece_.data(), written);
+            ok_ = cipher_.Update(text, piece, cipherPiece_.get(), written) &&
+                  PutCipher(cipherPiece_.get(), written);
             text += piece;
             length -= piece;
         }
@@ -51,11 +56,11 @@ bool ChannelBodyWriter::Write(const char* text, std::size_t length) noexcept {
 QByteArray ChannelBodyWriter::Finish() noexcept {
     try {
         std::size_t written = 0;
-        ok_ = ok_ && cipher_.Finish(cipherPiece_.data(), written) && PutCipher(cipherPiece_.data(), written);
+        ok_ = ok_ && cipher_.Finish(cipherPiece_.get(), written) && PutCipher(cipherPiece_.get(), written);
         if (ok_) {
-            written = inner_.Finish(innerPiece_.data());
-            ok_ = PutEnvelope(innerPiece_.data(), written) &&
-                  PutEnvelope(kEnvelopeEnd, sizeof kEnvelopeEnd - 1);
+            written = inner_.Finish(innerPiece_.get());
+            ok_ =
+                PutEnvelope(innerPiece_.get(), written) && PutEnvelope(kEnvelopeEnd, sizeof kEnvelopeEnd - 1);
         }
         if (ok_) {
             char tail[4];
@@ -70,8 +75,8 @@ QByteArray ChannelBodyWriter::Finish() noexcept {
 }
 
 bool ChannelBodyWriter::PutCipher(const char* cipher, std::size_t length) {
-    const std::size_t written = inner_.Update(cipher, length, innerPiece_.data());
-    return PutEnvelope(innerPiece_.data(), written);
+    const std::size_t written = inner_.Update(cipher, length, innerPiece_.get());
+    return PutEnvelope(innerPiece_.get(), written);
 }
 
 // Envelope text goes through the outer encoder straight into the body.

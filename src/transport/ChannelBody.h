@@ -4,7 +4,7 @@
 
 #include <QByteArray>
 #include <cstddef>
-#include <vector>
+#include <memory>
 
 // The encrypted channel's request body, Base64 of {"En":1,"data":"<Base64 of AES-256-CBC of the text>"},
 // written while the document's text arrives in pieces. Only the body itself is ever held whole: the
@@ -26,8 +26,10 @@ class ChannelBodyWriter {
     XCrypt::AES::CBC::Encryptor cipher_;
     XCrypt::BASE64::Encoder inner_;
     XCrypt::BASE64::Encoder outer_;
-    std::vector<char> cipherPiece_;
-    std::vector<char> innerPiece_;
+    // Scratch for one piece; never zero-filled, since every byte read back has been written first.
+    std::size_t piece_ = 0;
+    std::unique_ptr<char[]> cipherPiece_;
+    std::unique_ptr<char[]> innerPiece_;
     QByteArray body_;
     bool ok_ = true;
 };
