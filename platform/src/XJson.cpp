@@ -7,6 +7,7 @@
 #include <cmath>
 #include <limits>
 #include <new>
+#include <type_traits>
 
 #include "JsonText.h"
 #include "XJsonValue.h"
@@ -152,6 +153,12 @@ std::string ValueToString(const json::value* v) {
     }
 }
 
+// Texts, the usual case, go straight from the value to wide text without a narrow copy between.
+XString ValueToXString(const json::value* v) {
+    if (v && v->is_string()) return XString::FromUtf8(v->get_string().data(), v->get_string().size());
+    return XString::FromUtf8(ValueToString(v));
+}
+
 json::string_view View(const std::string& s) {
     return json::string_view(s.data(), s.size());
 }
@@ -256,7 +263,7 @@ json::value ParseText(json::string_view text, bool& ok) noexcept {
     }
 }
 
-const json::value* Member(const json::value& value, const std::string& key) noexcept {
+const json::value* FindMember(const json::value& value, const std::string& key) noexcept {
     if (!value.is_object()) return nullptr;
     return value.get_object().if_contains(View(key));
 }
@@ -272,6 +279,19 @@ void Put(json::value& target, const std::string& key, json::value&& value) noexc
     } catch (...) {
         Pelmor::NoteMemoryShortage();
     }
+}
+
+// A value inside a tree seen as the XJson it would be: XJson is nothing but the value's storage, so the
+// value's address is the address of an XJson holding it. No copy is made.
+static_assert(std::is_standard_layout_v<XJson>, "an XJson must be its storage and nothing else");
+
+const XJson& InPlace(const json::value& value) noexcept {
+    return *reinterpret_cast<const XJson*>(&value);
+}
+
+const XJson& NoValue() noexcept {
+    static const XJson empty;
+    return empty;
 }
 
 // A copy of value as an XJson; empty when the copy cannot be made.
@@ -423,7 +443,7 @@ void XJson::Append(const XJson& element) noexcept {
 
 std::string XJson::ToString(const std::string& key) const noexcept {
     try {
-        return ValueToString(Member(JsonValue(*this), key));
+        return ValueToString(FindMember(JsonValue(*this), key));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
         return std::string();
@@ -432,7 +452,7 @@ std::string XJson::ToString(const std::string& key) const noexcept {
 
 XString XJson::ToXString(const std::string& key) const noexcept {
     try {
-        return XString::FromUtf8(ValueToString(Member(JsonValue(*this), key)));
+        return ValueToXString(FindMember(JsonValue(*this), key));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
         return XString();
@@ -440,20 +460,20 @@ XString XJson::ToXString(const std::string& key) const noexcept {
 }
 
 int XJson::ToInt(const std::string& key) const noexcept {
-    const long long n = ValueToInt64(Member(JsonValue(*this), key));
+    const long long n = ValueToInt64(FindMember(JsonValue(*this), key));
     if (n < std::numeric_limits<int>::min()) return std::numeric_limits<int>::min();
     if (n > std::numeric_limits<int>::max()) return std::numeric_limits<int>::max();
     return static_cast<int>(n);
 }
 
 long long XJson::ToInt64(const std::string& key) const noexcept {
-    return ValueToInt64(Member(JsonValue(*this), key));
+    return ValueToInt64(FindMember(JsonValue(*this), key));
 }
 bool XJson::ToBool(const std::string& key) const noexcept {
-    return ValueToBool(Member(JsonValue(*this), key));
+    return ValueToBool(FindMember(JsonValue(*this), key));
 }
 double XJson::ToDouble(const std::string& key) const noexcept {
-    return ValueToDouble(Member(JsonValue(*this), key));
+    return ValueToDouble(FindMember(JsonValue(*this), key));
 }
 
 XJson XJson::ToObject(const std::string& key) const noexcept {
@@ -471,7 +491,7 @@ std::string XJson::AsString() const noexcept {
 
 XString XJson::AsXString() const noexcept {
     try {
-        return XString::FromUtf8(ValueToString(&JsonValue(*this)));
+        return ValueToXString(&JsonValue(*this));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
         return XString();
@@ -505,13 +525,26 @@ XJson XJson::Take(const std::string& key) noexcept {
 }
 
 XJson XJson::operator[](const std::string& key) const noexcept {
-    const json::value* member = Member(JsonValue(*this), key);
+    const json::value* member = FindMember(JsonValue(*this), key);
     return member ? FromValue(*member) : XJson();
 }
 
 XJson XJson::operator[](unsigned index) const noexcept {
     if (!JsonValue(*this).is_array() || index >= JsonValue(*this).get_array().size()) return XJson();
     return FromValue(JsonValue(*this).get_array()[index]);
+}
+
+const XJson& XJson::Member(std::string_view key) const noexcept {
+    const json::value& value = JsonValue(*this);
+    if (!value.is_object()) return NoValue();
+    const json::value* member = value.get_object().if_contains(json::string_view(key.data(), key.size()));
+    return member ? InPlace(*member) : NoValue();
+}
+
+const XJson& XJson::Element(unsigned index) const noexcept {
+    const json::value& value = JsonValue(*this);
+    if (!value.is_array() || index >= value.get_array().size()) return NoValue();
+    return InPlace(value.get_array()[index]);
 }
 
 unsigned XJson::GetArraySize() const noexcept {
@@ -526,7 +559,7 @@ bool XJson::IsEmpty() const noexcept {
 }
 
 bool XJson::Contains(const std::string& key) const noexcept {
-    return Member(JsonValue(*this), key) != nullptr;
+    return FindMember(JsonValue(*this), key) != nullptr;
 }
 
 std::string XJson::ToJson() const noexcept {

@@ -98,12 +98,15 @@ std::string SanitizeUtf8(const std::string& text) {
 
 XString XString::FromUtf8(const char* text, size_t length) {
     XString out;
-    if (!text) return out;
-    out.reserve(length);
+    if (!text || length == 0) return out;
+    // Never more characters than bytes: written in place, then cut to what was decoded.
+    out.resize(length);
+    wchar_t* next = &out[0];
     const auto* bytes = reinterpret_cast<const unsigned char*>(text);
     size_t i = 0;
     while (i < length)
-        out.push_back(static_cast<wchar_t>(DecodeOne(bytes, length, i)));
+        *next++ = static_cast<wchar_t>(bytes[i] < 0x80 ? bytes[i++] : DecodeOne(bytes, length, i));
+    out.resize(static_cast<size_t>(next - out.data()));
     return out;
 }
 

@@ -11,7 +11,8 @@
 
 namespace ServiceCall {
 
-// How VerifyDevice of either edition hands its report over: filled from a copy of the reply's data,
+// How VerifyDevice of either edition hands its report over: filled from the reply's data (the report only
+// reads it, so it reads the reply's own instead of a copy that would cost as much as the parse),
 // marked with error 1 (reaching here means the exchange worked, whatever the service said) and the
 // reply's message, handed to the callback and destroyed when it returns.
 template <typename Callback>
@@ -21,8 +22,7 @@ auto VerifyReport(const Callback& callback) {
             [&]() -> CSocketInfoVerify* {
                 auto* report = new (std::nothrow) CSocketInfoVerify();
                 if (report) {
-                    XJson data(reply.Data());
-                    report->SetJson(data);
+                    report->SetJson(reply.Data());
                     report->SetError(1);
                     report->SetRequestMessage(Platform::String::QW(reply.Message()));
                 }

@@ -33,7 +33,7 @@ EDeviceVerifyClassify ClassifyOf(const XString& tag) {
 }
 
 void ReadTopic(const XJson& data, const char* topic, XString& value, XString& state) {
-    const XJson object = data[topic];
+    const XJson& object = data.Member(topic);
     value = object.ToXString("value");
     state = object.ToXString("status");
 }
@@ -66,6 +66,10 @@ XString CSocketInfoVerifyItem::GetNowTime() const noexcept {
 }
 
 void CSocketInfoVerifyItem::SetJson(EDeviceVerifyClassify classify, XJson& item) noexcept {
+    Fill(classify, item);
+}
+
+void CSocketInfoVerifyItem::Fill(EDeviceVerifyClassify classify, const XJson& item) noexcept {
     classify_ = classify;
     try {
         name_ = item.ToXString("name");
@@ -209,7 +213,7 @@ void CSocketInfoVerify::SetJson(XJson& data) noexcept {
         ReadTopic(data, "meid", meidValue_, meidState_);
 
         // A reply without class states leaves the previous ones standing.
-        const XJson states(data["items"]);
+        const XJson& states = data.Member("items");
         if (!states.IsEmpty()) {
             baseState_ = states.ToXString("base");
             hardwareState_ = states.ToXString("hardware");
@@ -218,10 +222,10 @@ void CSocketInfoVerify::SetJson(XJson& data) noexcept {
             otherState_ = states.ToXString("other");
         }
 
-        const XJson list = data["resultList"];
+        const XJson& list = data.Member("resultList");
         const unsigned count = list.GetArraySize();
         for (unsigned i = 0; i < count && items_.size() < RecordList::kMaxItems; ++i) {
-            XJson element = list[i];
+            const XJson& element = list.Element(i);
             // A line is an object; anything else would only make an item of empty texts.
             if (!element.IsObject() || element.IsEmpty()) continue;
             const EDeviceVerifyClassify classify = ClassifyOf(element.ToXString("tag"));
@@ -230,7 +234,7 @@ void CSocketInfoVerify::SetJson(XJson& data) noexcept {
                 Pelmor::NoteMemoryShortage();
                 continue;
             }
-            item->SetJson(classify, element);
+            item->Fill(classify, element);
             try {
                 items_.push_back(item);
             } catch (...) {

@@ -28,6 +28,8 @@ class CSocketInfoVerifyItem : public ISocketInfoVerifyItem {
     ~CSocketInfoVerifyItem() override = default;
 
     virtual void SetJson(EDeviceVerifyClassify classify, XJson& item) noexcept;
+    // What SetJson does, for a line read where it lives inside the report's data.
+    void Fill(EDeviceVerifyClassify classify, const XJson& item) noexcept;
 
   private:
     EDeviceVerifyClassify classify_ = DEVICE_VERIFY_CLASSIFY_BASE;

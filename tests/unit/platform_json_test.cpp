@@ -80,6 +80,35 @@ TEST(XJsonRead, NavigationNeverFails) {
     EXPECT_FALSE(XJson(std::string("0")).IsEmpty());
 }
 
+// The in-place reads must see exactly what the copying ones see, and be the value itself, not a copy.
+TEST(XJsonRead, InPlaceNavigationReadsTheValueItself) {
+    const XJson json = Sample();
+    EXPECT_EQ(json.Member("obj").ToString("k"), "v");
+    EXPECT_EQ(json.Member("arr").Element(1).AsString(), "two");
+    EXPECT_EQ(json.Member("arr").Element(2).ToInt("three"), 3);
+    EXPECT_EQ(json.Member("arr").Element(0).AsInt(), 1);
+    EXPECT_EQ(json.Member("arr"), json["arr"]);
+    EXPECT_EQ(&json.Member("obj"), &json.Member("obj")) << "no copy is made";
+    for (const XJson* absent :
+         {&json.Member("missing"), &json.Member("arr").Element(3), &json.Member("text").Member("deeper"),
+          &json.Member("text").Element(0), &json.Element(0)}) {
+        EXPECT_TRUE(absent->IsNull());
+        EXPECT_EQ(absent->ToString("x"), "");
+        EXPECT_EQ(absent->ToJson(), "{}");
+    }
+    // A copy taken from an in-place member is a value of its own.
+    XJson copy = json.Member("obj");
+    copy.Add("k", "changed");
+    EXPECT_EQ(json.Member("obj").ToString("k"), "v");
+    EXPECT_EQ(copy.ToString("k"), "changed");
+    // Wide text read in place keeps every character, invalid bytes replaced.
+    XJson text;
+    text.Add("t", std::string_view("a\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80z"));
+    EXPECT_EQ(text.ToXString("t"), XString(L"a\u00e9\u20ac\U0001F600z"));
+    XJson parsed(std::string("{\"t\":\"a\xffz\"}"));
+    EXPECT_EQ(parsed.ToXString("t"), XString(L"a\uFFFDz"));
+}
+
 TEST(XJsonParse, TextThatIsNotJsonGivesAnEmptyValue) {
     for (const char* text : {"", "{", "{\"a\":}", "not json", "{\"a\":1} trailing", "\xff\xfe"}) {
         SCOPED_TRACE(text);

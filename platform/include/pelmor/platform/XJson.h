@@ -73,6 +73,10 @@ class PELMOR_PLATFORM_API XJson {
     // A member by key or an element by position; empty when absent or past the end.
     XJson operator[](const std::string& key) const noexcept;
     XJson operator[](unsigned index) const noexcept;
+    // The same without a copy: the member or element where it lives inside this value, for reading while
+    // this value stays unchanged. An empty value when absent or past the end.
+    const XJson& Member(std::string_view key) const noexcept;
+    const XJson& Element(unsigned index) const noexcept;
     // Number of elements of an array, 0 for anything else.
     unsigned GetArraySize() const noexcept;
 
