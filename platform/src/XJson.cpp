@@ -5,6 +5,8 @@
 #include <boost/json/parser.hpp>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <new>
 #include <type_traits>
@@ -215,26 +217,88 @@ struct OverBudget {};
 class ParseBudget final : public json::memory_resource {
   public:
     explicit ParseBudget(std::size_t bytes) noexcept : left_(bytes) {}
+    ~ParseBudget() override {
+        while (chunks_) {
+            Chunk* next = chunks_->next;
+            upstream_->deallocate(chunks_, chunks_->size, kChunkAlignment);
+            chunks_ = next;
+        }
+    }
+    ParseBudget(const ParseBudget&) = delete;
+    ParseBudget& operator=(const ParseBudget&) = delete;
 
   private:
     // What the allocator keeps beside each block, counted so that many tiny blocks cost what they take.
     static constexpr std::size_t kBlockOverhead = 16;
+    // A parsed tree is thousands of small blocks (keys, texts, objects) that live and die together: they
+    // are cut from chunks, which costs a few instructions instead of a call of malloc each, and freeing
+    // them frees nothing until the tree goes. Larger blocks (the parser's stack, long texts, big arrays)
+    // come and go on their own, so that nothing large outlives its use.
+    static constexpr std::size_t kSmallBlock = 256;
+    static constexpr std::size_t kFirstChunk = 4 * 1024;
+    static constexpr std::size_t kLargestChunk = 256 * 1024;
+    static constexpr std::size_t kChunkAlignment = alignof(std::max_align_t);
+    struct alignas(kChunkAlignment) Chunk {
+        Chunk* next;
+        std::size_t size;
+    };
+
+    static bool IsSmall(std::size_t bytes, std::size_t alignment) {
+        return bytes <= kSmallBlock && alignment <= kChunkAlignment;
+    }
 
     void* do_allocate(std::size_t bytes, std::size_t alignment) override {
-        const std::size_t cost = bytes + kBlockOverhead;
-        if (cost > left_) throw OverBudget();
-        void* block = upstream_->allocate(bytes, alignment);
-        left_ -= cost;
-        return block;
+        if (IsSmall(bytes, alignment)) return Cut(bytes, alignment);
+        Spend(bytes + kBlockOverhead);
+        return upstream_->allocate(bytes, alignment);
     }
     void do_deallocate(void* block, std::size_t bytes, std::size_t alignment) override {
+        if (IsSmall(bytes, alignment)) return;
         upstream_->deallocate(block, bytes, alignment);
         left_ += bytes + kBlockOverhead;
     }
     bool do_is_equal(const json::memory_resource& other) const noexcept override { return this == &other; }
 
+    void Spend(std::size_t cost) {
+        if (cost > left_) throw OverBudget();
+        left_ -= cost;
+    }
+
+    void* Cut(std::size_t bytes, std::size_t alignment) {
+        std::size_t skip = (alignment - reinterpret_cast<std::uintptr_t>(free_) % alignment) % alignment;
+        if (!free_ || skip + bytes > room_) {
+            AddChunk();
+            skip = 0;  // a chunk's room starts at its own alignment
+        }
+        char* block = free_ + skip;
+        free_ = block + bytes;
+        room_ -= skip + bytes;
+        return block;
+    }
+
+    void AddChunk() {
+        const std::size_t size = nextChunk_;
+        Spend(size + kBlockOverhead);
+        void* memory = nullptr;
+        try {
+            memory = upstream_->allocate(size, kChunkAlignment);
+        } catch (...) {
+            left_ += size + kBlockOverhead;
+            throw;
+        }
+        auto* chunk = new (memory) Chunk{chunks_, size};
+        chunks_ = chunk;
+        free_ = reinterpret_cast<char*>(chunk + 1);
+        room_ = size - sizeof(Chunk);
+        if (nextChunk_ < kLargestChunk) nextChunk_ *= 2;
+    }
+
     json::memory_resource* upstream_ = json::storage_ptr().get();
     std::size_t left_;
+    Chunk* chunks_ = nullptr;
+    char* free_ = nullptr;
+    std::size_t room_ = 0;
+    std::size_t nextChunk_ = kFirstChunk;
 };
 
 std::size_t BudgetFor(json::string_view text) {
@@ -275,7 +339,11 @@ json::object* MakeObject(json::value& value) noexcept {
 
 void Put(json::value& target, const std::string& key, json::value&& value) noexcept {
     try {
-        MakeObject(target)->insert_or_assign(View(SanitizeUtf8(key)), std::move(value));
+        json::object* object = MakeObject(target);
+        if (IsValidUtf8(key.data(), key.size()))
+            object->insert_or_assign(View(key), std::move(value));
+        else
+            object->insert_or_assign(View(SanitizeUtf8(key)), std::move(value));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
     }
@@ -424,9 +492,22 @@ void XJson::Append(const std::string& key, const XJson& value) noexcept {
     Add(key, value);
 }
 
+// Wide text as a JSON string. ASCII, nearly every text a request carries, is narrowed straight into the
+// string; anything else goes through UTF-8 encoding.
+json::value WideText(const XString& text) {
+    for (const wchar_t c : text)
+        if (static_cast<std::uint32_t>(c) >= 0x80) return json::value(View(text.ToUtf8()));
+    json::string narrow;
+    narrow.resize(text.size());
+    char* out = narrow.data();
+    for (const wchar_t c : text)
+        *out++ = static_cast<char>(c);
+    return json::value(std::move(narrow));
+}
+
 void XJson::Append(const std::string& key, const XString& value) noexcept {
     try {
-        Put(JsonValue(*this), key, json::value(View(value.ToUtf8())));
+        Put(JsonValue(*this), key, WideText(value));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
     }
@@ -545,6 +626,14 @@ const XJson& XJson::Element(unsigned index) const noexcept {
     const json::value& value = JsonValue(*this);
     if (!value.is_array() || index >= value.get_array().size()) return NoValue();
     return InPlace(value.get_array()[index]);
+}
+
+void XJson::Reserve(std::size_t members) noexcept {
+    try {
+        MakeObject(JsonValue(*this))->reserve(members);
+    } catch (...) {
+        // Without the room the members are still added, one growth at a time.
+    }
 }
 
 unsigned XJson::GetArraySize() const noexcept {

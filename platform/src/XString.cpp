@@ -37,6 +37,19 @@ char32_t DecodeOne(const unsigned char* text, size_t length, size_t& i) noexcept
     return cp;
 }
 
+bool IsAscii(const unsigned char* text, size_t length) noexcept {
+    size_t i = 0;
+    std::uint64_t high = 0;
+    for (; i + sizeof high <= length; i += sizeof high) {
+        std::uint64_t word;
+        std::memcpy(&word, text + i, sizeof word);
+        high |= word;
+    }
+    for (; i < length; ++i)
+        high |= text[i];
+    return (high & 0x8080808080808080ull) == 0;
+}
+
 }  // namespace
 
 void AppendUtf8(std::string& out, char32_t cp) {
@@ -97,12 +110,14 @@ std::string SanitizeUtf8(const std::string& text) {
 }
 
 XString XString::FromUtf8(const char* text, size_t length) {
+    if (!text || length == 0) return XString();
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
+    // ASCII, by far the usual case, widens one byte to one character.
+    if (IsAscii(bytes, length)) return XString(bytes, bytes + length);
     XString out;
-    if (!text || length == 0) return out;
     // Never more characters than bytes: written in place, then cut to what was decoded.
     out.resize(length);
     wchar_t* next = &out[0];
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
     size_t i = 0;
     while (i < length)
         *next++ = static_cast<wchar_t>(bytes[i] < 0x80 ? bytes[i++] : DecodeOne(bytes, length, i));

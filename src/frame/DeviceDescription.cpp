@@ -17,6 +17,7 @@
 namespace {
 
 constexpr unsigned long long kBytesPerGiB = 1ull << 30;
+constexpr std::size_t kDescriptionMembers = 59;
 
 XString Decimal(long long value) {
     return XString::FromUtf8(std::to_string(value));
@@ -111,6 +112,7 @@ XJson PelmorSocketHelper::DeviceToJson(ISocketDevice* device) {
         // The member order and the keys' spellings ("IOS", "mobColour", "hardDiskManufacture", the name
         // twice) are the service's and must not be tidied up.
         XJson json;
+        json.Reserve(kDescriptionMembers);
         json.Append("mobName", info->name);
         json.Append("mod", info->mod);
         json.Append("regn", info->region);

@@ -60,7 +60,7 @@ ISocketReply* PelmorSocketStandard::ProfessionalVerify(ISocketDevice* device, QB
         "device.checkPro", device && !file.isEmpty() && callback,
         [&] {
             XJson params;
-            params.Append("info", DeviceToJson(device));
+            params.Add("info", DeviceToJson(device));
             params.Add("file", ServiceCall::Text(file));
             params.Append("ecid", DeviceToECID(device));
             return params;

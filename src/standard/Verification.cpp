@@ -82,7 +82,7 @@ ISocketReply* PelmorSocketStandard::VerifyDevice(ISocketDevice* device, const QB
         "equipment.check", ready,
         [&] {
             XJson params;
-            params.Append("info", DeviceToJson(device));
+            params.Add("info", DeviceToJson(device));
             params.Add("file", ServiceCall::Text(file));
             params.Append("ecid", DeviceToECID(device));
             return params;
@@ -101,7 +101,7 @@ ISocketReply* PelmorSocketStandard::VerifyImage(ISocketDevice* device, int level
             image.Add("level", level);
             image.Add("levelMsg", ServiceCall::Text(levelMsg));
             XJson params;
-            params.Append("info", DeviceToJson(device));
+            params.Add("info", DeviceToJson(device));
             params.Append("ecid", DeviceToECID(device));
             params.Append("img", image);
             return params;

@@ -50,6 +50,9 @@ class PELMOR_PLATFORM_API XJson {
     void Append(const std::string& key, const XString& value) noexcept;
     // Adds one element to an array (a value that is not yet an array becomes one).
     void Append(const XJson& element) noexcept;
+    // Makes the value an object with room for this many members, so that one built member by member is
+    // not moved and re-indexed as it grows.
+    void Reserve(std::size_t members) noexcept;
 
     // Reading a member by key. On a value that is not an object every read gives the empty result.
     std::string ToString(const std::string& key) const noexcept;
