@@ -66,28 +66,6 @@ char* EncodeTail(const unsigned char* in, std::size_t count, char* out) {
     return out;
 }
 
-// Each character's six bits already shifted into place for its position in a group of four; a character
-// outside the alphabet sets kInvalid, so one test per group finds it.
-constexpr std::uint32_t kInvalid = 1u << 24;
-struct DecodeTables {
-    std::uint32_t shifted[4][256];
-    constexpr DecodeTables() : shifted() {
-        for (int p = 0; p < 4; ++p)
-            for (int c = 0; c < 256; ++c)
-                shifted[p][c] = kInvalid;
-        for (int i = 0; i < 64; ++i)
-            for (int p = 0; p < 4; ++p)
-                shifted[p][static_cast<unsigned char>(kAlphabet[i])] = static_cast<std::uint32_t>(i)
-                                                                       << (18 - 6 * p);
-    }
-};
-constexpr DecodeTables kDecode;
-
-inline std::uint32_t DecodeGroup(const unsigned char* in) {
-    return kDecode.shifted[0][in[0]] | kDecode.shifted[1][in[1]] | kDecode.shifted[2][in[2]] |
-           kDecode.shifted[3][in[3]];
-}
-
 }  // namespace
 
 namespace XCrypt {
@@ -198,23 +176,18 @@ QByteArray Decode(const char* text, std::size_t length) {
     }
     char* out = bytes.data();
     const std::size_t fullGroups = (length / 4) - (padding ? 1 : 0);
-    std::size_t i = 0;
-    for (std::size_t group = 0; group < fullGroups; ++group, i += 4) {
-        const std::uint32_t n = DecodeGroup(in + i);
-        if (n & kInvalid) return QByteArray();
-        *out++ = static_cast<char>(n >> 16);
-        *out++ = static_cast<char>(n >> 8);
-        *out++ = static_cast<char>(n);
-    }
+    if (DecodeGroups(in, fullGroups, out) != fullGroups) return QByteArray();
+    out += fullGroups * 3;
+    const std::size_t i = fullGroups * 4;
     if (padding) {
         const unsigned char zero = static_cast<unsigned char>(kAlphabet[0]);
         const unsigned char last[4] = {in[i], in[i + 1], padding == 1 ? in[i + 2] : zero, zero};
-        const std::uint32_t n = DecodeGroup(last);
-        if (n & kInvalid) return QByteArray();
+        char decoded[3];
+        if (DecodeGroups(last, 1, decoded) != 1) return QByteArray();
         // Bits below the last encoded byte must be zero, else the text was not produced by an encoder.
-        if ((padding == 2 && (n & 0xFFFF)) || (padding == 1 && (n & 0xFF))) return QByteArray();
-        *out++ = static_cast<char>(n >> 16);
-        if (padding == 1) *out++ = static_cast<char>(n >> 8);
+        if (decoded[2] != 0 || (padding == 2 && decoded[1] != 0)) return QByteArray();
+        *out++ = decoded[0];
+        if (padding == 1) *out++ = decoded[1];
     }
     return bytes;
 }

@@ -157,6 +157,25 @@ TEST(XCryptBase64, TextThatIsNotBase64DecodesToEmpty) {
         EXPECT_TRUE(XCrypt::BASE64::Decode(Bytes(text)).isEmpty()) << text;
     }
     EXPECT_TRUE(XCrypt::BASE64::Decode(nullptr, 4).isEmpty());
+
+    // Long texts are decoded sixteen characters at a time: a stray character must be seen wherever it
+    // falls, including the characters next to the alphabet's ranges and bytes with the high bit set.
+    QByteArray bytes;
+    for (int i = 0; i < 300; ++i)
+        bytes.append(static_cast<char>(i * 7));
+    const QByteArray text = XCrypt::BASE64::Encode(bytes);
+    ASSERT_EQ(XCrypt::BASE64::Decode(text), bytes);
+    const std::string strays("=\n -_.:@[`{\x7f\x80\xbf\xff\x00,*", 18);
+    for (int position = 0; position < text.size(); ++position) {
+        for (const char stray : strays) {
+            QByteArray damaged = text;
+            damaged[position] = stray;
+            const QByteArray decoded = XCrypt::BASE64::Decode(damaged);
+            // '=' in the last two places is padding, and may make a valid text of another length.
+            if (stray == '=' && position >= text.size() - 2) continue;
+            EXPECT_TRUE(decoded.isEmpty()) << "position " << position << ", character " << int(stray);
+        }
+    }
 }
 
 }  // namespace
