@@ -1,8 +1,12 @@
 #include "JsonText.h"
 
 #include <boost/json/serializer.hpp>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <string>
+
+#include "pelmor/platform/XString.h"
 
 namespace json = boost::json;
 
@@ -96,20 +100,34 @@ void WriteEscape(PieceWriter& out, unsigned char c) {
     out.Put(escape, 2);
 }
 
-void WriteString(PieceWriter& out, json::string_view text) {
+// A string's characters, escaped. Text that is not valid UTF-8 (only a parsed value can hold it) goes out
+// with U+FFFD for each bad sequence: the check starts at the first byte above ASCII, so the usual all-ASCII
+// text is read once, by the escape scan itself.
+void WriteCharacters(PieceWriter& out, json::string_view text, bool knownValid) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
     const std::size_t length = text.size();
-    out.Put('"');
     std::size_t runStart = 0;
     std::size_t i = 0;
     while (i < length) {
         if (i + sizeof(std::uint64_t) <= length) {
             std::uint64_t word;
             std::memcpy(&word, bytes + i, sizeof word);
-            if (!WordNeedsEscape(word)) {
+            if (!WordNeedsEscape(word) && (knownValid || (word & kHighs) == 0)) {
                 i += sizeof word;
                 continue;
             }
+        }
+        if (bytes[i] >= 0x80 && !knownValid) {
+            // Everything before i is ASCII, so the rest can be checked, and mended, on its own.
+            out.Put(text.data() + runStart, i - runStart);
+            const json::string_view rest = text.substr(i);
+            if (IsValidUtf8(rest.data(), rest.size())) {
+                WriteCharacters(out, rest, true);
+            } else {
+                const std::string mended = SanitizeUtf8(std::string(rest.data(), rest.size()));
+                WriteCharacters(out, json::string_view(mended.data(), mended.size()), true);
+            }
+            return;
         }
         if (NeedsEscape(bytes[i])) {
             out.Put(text.data() + runStart, i - runStart);
@@ -119,7 +137,30 @@ void WriteString(PieceWriter& out, json::string_view text) {
         ++i;
     }
     out.Put(text.data() + runStart, length - runStart);
+}
+
+void WriteString(PieceWriter& out, json::string_view text) {
     out.Put('"');
+    WriteCharacters(out, text, false);
+    out.Put('"');
+}
+
+bool HasInvalidKey(const json::object& object) {
+    for (const json::key_value_pair& member : object)
+        if (!IsValidUtf8(member.key().data(), member.key().size())) return true;
+    return false;
+}
+
+// An object whose keys are mended: two keys that become the same text are one member, the first place
+// and the last value, as when such keys are added.
+json::object WithMendedKeys(const json::object& object) {
+    json::object mended;
+    mended.reserve(object.size());
+    for (const json::key_value_pair& member : object) {
+        const std::string key = SanitizeUtf8(std::string(member.key()));
+        mended.insert_or_assign(json::string_view(key.data(), key.size()), member.value());
+    }
+    return mended;
 }
 
 // Numbers, booleans and null as the library's own serializer writes them.
@@ -150,6 +191,10 @@ void WriteValue(PieceWriter& out, const json::value& value) {
             return;
         }
         case json::kind::object: {
+            if (HasInvalidKey(value.get_object())) {
+                WriteValue(out, json::value(WithMendedKeys(value.get_object())));
+                return;
+            }
             out.Put('{');
             bool first = true;
             for (const json::key_value_pair& member : value.get_object()) {
@@ -162,6 +207,11 @@ void WriteValue(PieceWriter& out, const json::value& value) {
             out.Put('}');
             return;
         }
+        case json::kind::double_:
+            WriteScalar(out, std::isfinite(value.get_double())
+                                 ? value
+                                 : json::value(FiniteDouble(value.get_double())));
+            return;
         default:
             WriteScalar(out, value);
     }

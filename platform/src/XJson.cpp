@@ -37,15 +37,6 @@ bool TextToInt64(json::string_view text, long long& out) {
     return result.ec == std::errc() && result.ptr == end;
 }
 
-// The JSON library reads 1e400 as infinity and can make NaN of others; neither is a JSON number, so they are
-// read (and rendered) as the nearest finite value: the largest double of the sign, and 0.
-double Finite(double value) {
-    if (std::isnan(value)) return 0.0;
-    if (std::isinf(value))
-        return value > 0 ? std::numeric_limits<double>::max() : std::numeric_limits<double>::lowest();
-    return value;
-}
-
 // Cuts toward zero and clamps, so that no out-of-range cast can happen.
 template <typename Int>
 Int DoubleToInt(double value) {
@@ -67,7 +58,7 @@ long long ValueToInt64(const json::value* v) {
                        : static_cast<long long>(u);
         }
         case json::kind::double_:
-            return DoubleToInt<long long>(Finite(v->get_double()));
+            return DoubleToInt<long long>(FiniteDouble(v->get_double()));
         case json::kind::bool_:
             return v->get_bool() ? 1 : 0;
         case json::kind::string: {
@@ -90,7 +81,7 @@ double ValueToDouble(const json::value* v) {
         case json::kind::uint64:
             return static_cast<double>(v->get_uint64());
         case json::kind::double_:
-            return Finite(v->get_double());
+            return FiniteDouble(v->get_double());
         case json::kind::bool_:
             return v->get_bool() ? 1.0 : 0.0;
         case json::kind::string: {
@@ -122,7 +113,7 @@ bool ValueToBool(const json::value* v) {
         case json::kind::uint64:
             return v->get_uint64() != 0;
         case json::kind::double_:
-            return Finite(v->get_double()) != 0.0;
+            return FiniteDouble(v->get_double()) != 0.0;
         case json::kind::string:
             return EqualsIgnoringCase(v->get_string(), "true");
         default:
@@ -147,7 +138,7 @@ std::string ValueToString(const json::value* v) {
         case json::kind::uint64:
             return std::to_string(v->get_uint64());
         case json::kind::double_:
-            return NumberText(Finite(v->get_double()));
+            return NumberText(FiniteDouble(v->get_double()));
         case json::kind::bool_:
             return v->get_bool() ? "true" : "false";
         default:
@@ -163,50 +154,6 @@ XString ValueToXString(const json::value* v) {
 
 json::string_view View(const std::string& s) {
     return json::string_view(s.data(), s.size());
-}
-
-bool NeedsSanitizing(const json::value& v) {
-    switch (v.kind()) {
-        case json::kind::string:
-            return !IsValidUtf8(v.get_string().data(), v.get_string().size());
-        case json::kind::double_:
-            return !std::isfinite(v.get_double());
-        case json::kind::array:
-            for (const auto& e : v.get_array())
-                if (NeedsSanitizing(e)) return true;
-            return false;
-        case json::kind::object:
-            for (const auto& m : v.get_object())
-                if (!IsValidUtf8(m.key().data(), m.key().size()) || NeedsSanitizing(m.value())) return true;
-            return false;
-        default:
-            return false;
-    }
-}
-
-json::value Sanitized(const json::value& v) {
-    switch (v.kind()) {
-        case json::kind::string:
-            return json::value(View(SanitizeUtf8(std::string(v.get_string()))));
-        case json::kind::double_:
-            return json::value(Finite(v.get_double()));
-        case json::kind::array: {
-            json::array out;
-            out.reserve(v.get_array().size());
-            for (const auto& e : v.get_array())
-                out.push_back(Sanitized(e));
-            return out;
-        }
-        case json::kind::object: {
-            json::object out;
-            out.reserve(v.get_object().size());
-            for (const auto& m : v.get_object())
-                out.insert_or_assign(View(SanitizeUtf8(std::string(m.key()))), Sanitized(m.value()));
-            return out;
-        }
-        default:
-            return v;
-    }
 }
 
 // What one parse may hold at once, the parser's stack included: a few times the text, plus room for
@@ -463,7 +410,7 @@ void XJson::Add(const std::string& key, unsigned long long value) noexcept {
     Put(JsonValue(*this), key, json::value(static_cast<std::uint64_t>(value)));
 }
 void XJson::Add(const std::string& key, double value) noexcept {
-    Put(JsonValue(*this), key, json::value(Finite(value)));
+    Put(JsonValue(*this), key, json::value(FiniteDouble(value)));
 }
 void XJson::Add(const std::string& key, bool value) noexcept {
     Put(JsonValue(*this), key, json::value(value));
@@ -670,7 +617,6 @@ bool XJson::Render(const std::function<bool(const char*, std::size_t)>& sink) co
         const json::value& value = JsonValue(*this);
         if (value.is_null()) return sink("{}", 2);
         // Parsed replies may carry invalid UTF-8; what we render is always valid JSON.
-        if (NeedsSanitizing(value)) return RenderJson(Sanitized(value), sink);
         return RenderJson(value, sink);
     } catch (...) {
         Pelmor::NoteMemoryShortage();

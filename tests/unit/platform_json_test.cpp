@@ -158,6 +158,16 @@ TEST(XJsonText, InvalidUtf8NeverReachesTheWire) {
     EXPECT_EQ(parsed.ToXString("t"), XString(L"x\uFFFD\uFFFDy"));
     EXPECT_EQ(parsed.ToJson(), "{\"t\":\"x\xEF\xBF\xBD\xEF\xBF\xBDy\"}");
 
+    // Mended while rendered, wherever the bad byte falls among escapes and long runs; keys mended alike,
+    // and two that become the same key are one member in the first one's place with the last value.
+    const std::string longRun(40, 'r');
+    XJson mixed(std::string("{\"a\xff\":1,\"s\":\"" + longRun + "\\\"q\xe2\x82\xac" + longRun +
+                            "\xfe\\n\\\\z\",\"a\xfe\":2,\"n\":[\"\xc3\",{\"\xff\":\"v\"}]}"));
+    ASSERT_FALSE(mixed.IsEmpty());
+    EXPECT_EQ(mixed.ToJson(),
+              "{\"a\xEF\xBF\xBD\":2,\"s\":\"" + longRun + "\\\"q\xe2\x82\xac" + longRun +
+                  "\xEF\xBF\xBD\\n\\\\z\",\"n\":[\"\xEF\xBF\xBD\",{\"\xEF\xBF\xBD\":\"v\"}]}");
+
     XJson wide;
     wide.Append("name", XString(L"设备\U0001F600"));
     EXPECT_EQ(wide.ToJson(), "{\"name\":\"设备\xF0\x9F\x98\x80\"}");
