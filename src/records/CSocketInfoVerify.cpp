@@ -34,8 +34,8 @@ EDeviceVerifyClassify ClassifyOf(const XString& tag) {
 
 void ReadTopic(const XJson& data, const char* topic, XString& value, XString& state) {
     const XJson& object = data.Member(topic);
-    value = object.ToXString("value");
-    state = object.ToXString("status");
+    value = object.Member("value").AsXString();
+    state = object.Member("status").AsXString();
 }
 
 }  // namespace
@@ -72,17 +72,17 @@ void CSocketInfoVerifyItem::SetJson(EDeviceVerifyClassify classify, XJson& item)
 void CSocketInfoVerifyItem::Fill(EDeviceVerifyClassify classify, const XJson& item) noexcept {
     classify_ = classify;
     try {
-        name_ = item.ToXString("name");
-        result_ = item.ToXString("result");
-        now_ = item.ToXString("nowValue");
-        original_ = item.ToXString("originalValue");
-        message_ = item.ToXString("msg");
-        url_ = item.ToXString("url");
-        originalTime_ = item.ToXString("originalProductionDate");
-        nowTime_ = item.ToXString("nowProductionDate");
-        show_ = RecordText::ContainsY(item.ToXString("show"));
-        business_ = item.ToBool("cert");
-        key_ = KeyOf(item.ToXString("key"));
+        name_ = item.Member("name").AsXString();
+        result_ = item.Member("result").AsXString();
+        now_ = item.Member("nowValue").AsXString();
+        original_ = item.Member("originalValue").AsXString();
+        message_ = item.Member("msg").AsXString();
+        url_ = item.Member("url").AsXString();
+        originalTime_ = item.Member("originalProductionDate").AsXString();
+        nowTime_ = item.Member("nowProductionDate").AsXString();
+        show_ = RecordText::ContainsY(item.Member("show").AsXString());
+        business_ = item.Member("cert").AsBool();
+        key_ = KeyOf(item.Member("key").AsXString());
     } catch (...) {
         Pelmor::NoteMemoryShortage();
         // Out of memory: the item keeps what it read so far.
@@ -201,12 +201,12 @@ void CSocketInfoVerify::SetJson(XJson& data) noexcept {
     // Only the items go; the texts keep their values until read again below.
     Clear();
     try {
-        versionMessage_ = data.ToXString("singleItemsMsg");
-        verifyMessage_ = data.ToXString("msg");
-        totalResult_ = data.ToXString("totalResult");
+        versionMessage_ = data.Member("singleItemsMsg").AsXString();
+        verifyMessage_ = data.Member("msg").AsXString();
+        totalResult_ = data.Member("totalResult").AsXString();
         ReadTopic(data, "iccid", cardValue_, cardState_);
         ReadTopic(data, "teardown", openValue_, openState_);
-        score_ = data.ToXString("score");
+        score_ = data.Member("score").AsXString();
         ReadTopic(data, "root", rootValue_, rootState_);
         ReadTopic(data, "wifi", wifiValue_, wifiState_);
         ReadTopic(data, "replaceHD", diskValue_, diskState_);
@@ -215,11 +215,11 @@ void CSocketInfoVerify::SetJson(XJson& data) noexcept {
         // A reply without class states leaves the previous ones standing.
         const XJson& states = data.Member("items");
         if (!states.IsEmpty()) {
-            baseState_ = states.ToXString("base");
-            hardwareState_ = states.ToXString("hardware");
-            screenState_ = states.ToXString("screen");
-            fingerMarkState_ = states.ToXString("fingerprint");
-            otherState_ = states.ToXString("other");
+            baseState_ = states.Member("base").AsXString();
+            hardwareState_ = states.Member("hardware").AsXString();
+            screenState_ = states.Member("screen").AsXString();
+            fingerMarkState_ = states.Member("fingerprint").AsXString();
+            otherState_ = states.Member("other").AsXString();
         }
 
         const XJson& list = data.Member("resultList");
@@ -228,7 +228,7 @@ void CSocketInfoVerify::SetJson(XJson& data) noexcept {
             const XJson& element = list.Element(i);
             // A line is an object; anything else would only make an item of empty texts.
             if (!element.IsObject() || element.IsEmpty()) continue;
-            const EDeviceVerifyClassify classify = ClassifyOf(element.ToXString("tag"));
+            const EDeviceVerifyClassify classify = ClassifyOf(element.Member("tag").AsXString());
             CSocketInfoVerifyItem* item = new (std::nothrow) CSocketInfoVerifyItem();
             if (!item) {
                 Pelmor::NoteMemoryShortage();
