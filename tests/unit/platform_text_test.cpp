@@ -40,6 +40,9 @@ TEST(Utf8Check, SeesEverySequenceWhereverItFallsInAWord) {
         std::string text(41, 'a');
         text[at] = '\xFF';
         EXPECT_FALSE(IsValidUtf8(text.data(), text.size())) << at;
+        XString wide(41, L'a');
+        wide[at] = L'\uFFFD';
+        EXPECT_EQ(XString::FromUtf8(text), wide) << at;
         text.replace(at, 1, "\xE8\xAE\xBE");
         EXPECT_TRUE(IsValidUtf8(text.data(), text.size())) << at;
         text.erase(at + 2, 1);  // cut short
