@@ -1,7 +1,10 @@
 #include "records/CSocketInfoVerify.h"
 #include <pelmor/platform/MemoryShortage.h>
 
+#include <iterator>
 #include <new>
+#include <string>
+#include <string_view>
 
 #include "records/RecordList.h"
 #include "records/RecordText.h"
@@ -10,25 +13,26 @@ using RecordText::Copy;
 
 namespace {
 
-// Key texts in the order of EDeviceVerifyKey from 1; matched exactly, case included.
-const wchar_t* const kKeyTexts[] = {
-    L"mobName",  L"mod",      L"rmd",  L"regn", L"srnm", L"mlb",   L"wmac",      L"bmac",     L"emac",
-    L"wifiCode", L"color",    L"batt", L"ram",  L"fcms", L"bcms",  L"mainboard", L"baseband", L"imei",
-    L"hardDisk", L"teardown", L"lcm",  L"nsrn", L"nvsn", L"iccid", L"root",      L"meid",
+// Key texts in the order of EDeviceVerifyKey from 1; matched exactly, case included. Compared as the UTF-8
+// the reply carries: no wide copy is made just to be compared.
+constexpr std::string_view kKeyTexts[] = {
+    "mobName",  "mod",      "rmd",  "regn", "srnm", "mlb",   "wmac",      "bmac",     "emac",
+    "wifiCode", "color",    "batt", "ram",  "fcms", "bcms",  "mainboard", "baseband", "imei",
+    "hardDisk", "teardown", "lcm",  "nsrn", "nvsn", "iccid", "root",      "meid",
 };
 
-EDeviceVerifyKey KeyOf(const XString& text) {
-    for (size_t i = 0; i < sizeof kKeyTexts / sizeof kKeyTexts[0]; ++i)
+EDeviceVerifyKey KeyOf(const std::string& text) {
+    for (size_t i = 0; i < std::size(kKeyTexts); ++i)
         if (text == kKeyTexts[i]) return static_cast<EDeviceVerifyKey>(i + 1);
     return DEVICE_VERIFY_KEY_UNKNOWN;
 }
 
 // Anything that is not one of the four named classes, an unknown or missing tag included, is "other".
-EDeviceVerifyClassify ClassifyOf(const XString& tag) {
-    if (tag == L"base") return DEVICE_VERIFY_CLASSIFY_BASE;
-    if (tag == L"hardware") return DEVICE_VERIFY_CLASSIFY_HARDWARE;
-    if (tag == L"screen") return DEVICE_VERIFY_CLASSIFY_SCREEN;
-    if (tag == L"fingerprint") return DEVICE_VERIFY_CLASSIFY_FINGERPRINT;
+EDeviceVerifyClassify ClassifyOf(const std::string& tag) {
+    if (tag == "base") return DEVICE_VERIFY_CLASSIFY_BASE;
+    if (tag == "hardware") return DEVICE_VERIFY_CLASSIFY_HARDWARE;
+    if (tag == "screen") return DEVICE_VERIFY_CLASSIFY_SCREEN;
+    if (tag == "fingerprint") return DEVICE_VERIFY_CLASSIFY_FINGERPRINT;
     return DEVICE_VERIFY_CLASSIFY_OTHER;
 }
 
@@ -82,7 +86,7 @@ void CSocketInfoVerifyItem::Fill(EDeviceVerifyClassify classify, const XJson& it
         nowTime_ = item.Member("nowProductionDate").AsXString();
         show_ = RecordText::ContainsY(item.Member("show").AsXString());
         business_ = item.Member("cert").AsBool();
-        key_ = KeyOf(item.Member("key").AsXString());
+        key_ = KeyOf(item.Member("key").AsString());
     } catch (...) {
         Pelmor::NoteMemoryShortage();
         // Out of memory: the item keeps what it read so far.
@@ -228,7 +232,7 @@ void CSocketInfoVerify::SetJson(XJson& data) noexcept {
             const XJson& element = list.Element(i);
             // A line is an object; anything else would only make an item of empty texts.
             if (!element.IsObject() || element.IsEmpty()) continue;
-            const EDeviceVerifyClassify classify = ClassifyOf(element.Member("tag").AsXString());
+            const EDeviceVerifyClassify classify = ClassifyOf(element.Member("tag").AsString());
             CSocketInfoVerifyItem* item = new (std::nothrow) CSocketInfoVerifyItem();
             if (!item) {
                 Pelmor::NoteMemoryShortage();
