@@ -122,6 +122,34 @@ TEST(XJsonParse, TextThatIsNotJsonGivesAnEmptyValue) {
     EXPECT_TRUE(kept.IsEmpty()) << "a failed parse must not leave the old value behind";
 }
 
+// A parsed tree's small blocks are cut from shared chunks: many texts of every size up to past the small
+// limit, keys and nested objects across several chunks must each keep exactly their own bytes, also in a
+// member taken out and kept after the rest of the tree is gone.
+TEST(XJsonParse, LargeTreesKeepEveryTextIntact) {
+    std::string text = "{\"lines\":[";
+    for (int i = 0; i < 3000; ++i) {
+        const std::string word(static_cast<std::size_t>(i % 300), static_cast<char>('a' + i % 26));
+        text += (i ? "," : "") + std::string("{\"k") + std::to_string(i) + "\":\"" + word +
+                "\",\"n\":" + std::to_string(i) + ",\"o\":{\"x\":[" + std::to_string(i % 7) + ",\"" + word +
+                "\"]}}";
+    }
+    text += "],\"tail\":\"end\"}";
+    XJson lines;
+    {
+        XJson parsed(text);
+        ASSERT_FALSE(parsed.IsEmpty());
+        EXPECT_EQ(parsed.ToJson(), text);
+        lines = parsed.Take("lines");
+    }
+    ASSERT_EQ(lines.GetArraySize(), 3000u);
+    for (unsigned i = 0; i < 3000; i += 37) {
+        const std::string word(i % 300, static_cast<char>('a' + i % 26));
+        EXPECT_EQ(lines.Element(i).ToString("k" + std::to_string(i)), word) << i;
+        EXPECT_EQ(lines.Element(i).Member("o").Member("x").Element(1).AsString(), word) << i;
+        EXPECT_EQ(lines.Element(i).ToInt("n"), static_cast<int>(i));
+    }
+}
+
 TEST(XJsonRender, CompactInInsertionOrderWithEmptyValuesAsObjects) {
     XJson params;
     XJson document;
