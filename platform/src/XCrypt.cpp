@@ -4,6 +4,7 @@
 
 #include "Base64Groups.h"
 
+#include <atomic>
 #include <climits>
 #include <cstdint>
 #include <memory>
@@ -15,13 +16,37 @@ struct CipherContextDeleter {
 };
 using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, CipherContextDeleter>;
 
+// AES-256-CBC fetched once and kept. EVP_aes_256_cbc() makes OpenSSL fetch it again at every
+// initialisation, and when an allocation fails inside that fetch OpenSSL keeps a block it never frees.
+class FetchedCipher {
+  public:
+    ~FetchedCipher() { EVP_CIPHER_free(cipher_.load()); }
+
+    // Null when it cannot be fetched now (out of memory); a later call tries again.
+    const EVP_CIPHER* Get() noexcept {
+        if (EVP_CIPHER* kept = cipher_.load(std::memory_order_acquire)) return kept;
+        EVP_CIPHER* fetched = EVP_CIPHER_fetch(nullptr, "AES-256-CBC", nullptr);
+        if (!fetched) return nullptr;
+        EVP_CIPHER* expected = nullptr;
+        if (cipher_.compare_exchange_strong(expected, fetched, std::memory_order_acq_rel)) return fetched;
+        EVP_CIPHER_free(fetched);  // another thread kept one first
+        return expected;
+    }
+
+  private:
+    std::atomic<EVP_CIPHER*> cipher_{nullptr};
+};
+
+FetchedCipher aes256Cbc;
+
 QByteArray RunCipher(bool encrypt, const unsigned char* key, const unsigned char* iv,
                      const QByteArray& input) {
     if (!key || !iv) return QByteArray();
     if (!encrypt && (input.isEmpty() || input.size() % 16 != 0)) return QByteArray();
     CipherContext context(EVP_CIPHER_CTX_new());
     if (!context) return QByteArray();
-    if (EVP_CipherInit_ex(context.get(), EVP_aes_256_cbc(), nullptr, key, iv, encrypt ? 1 : 0) != 1)
+    const EVP_CIPHER* cipher = aes256Cbc.Get();
+    if (!cipher || EVP_CipherInit_ex(context.get(), cipher, nullptr, key, iv, encrypt ? 1 : 0) != 1)
         return QByteArray();
     // One block of room for the padding; QByteArray sizes are int, so stay well below INT_MAX.
     if (input.size() > INT_MAX - 32) return QByteArray();
@@ -112,8 +137,9 @@ Encryptor::Encryptor(const unsigned char* key, const unsigned char* iv) noexcept
     }
     if (!key || !iv) return;
     context_->cipher.reset(EVP_CIPHER_CTX_new());
-    context_->ok = context_->cipher &&
-                   EVP_EncryptInit_ex(context_->cipher.get(), EVP_aes_256_cbc(), nullptr, key, iv) == 1;
+    const EVP_CIPHER* cipher = aes256Cbc.Get();
+    context_->ok = context_->cipher && cipher &&
+                   EVP_EncryptInit_ex(context_->cipher.get(), cipher, nullptr, key, iv) == 1;
 }
 
 Encryptor::~Encryptor() = default;
