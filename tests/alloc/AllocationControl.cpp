@@ -3,6 +3,8 @@
 #include <dlfcn.h>
 
 #include <atomic>
+#include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -63,16 +65,99 @@ thread_local bool counting = false;
 thread_local long long counted = 0;
 thread_local long long failAt = 0;
 thread_local bool failedOne = false;
+// PELMOR_TORTURE_TRAP=K stops a debugger at allocation K of every failing run (the failed one, or one a
+// leak report names), to see who asked for it.
+long long trapAt = 0;
 
 std::atomic<long long> live{0};
+std::atomic<long long> liveBlocks{0};
 std::atomic<long long> peak{0};
 std::atomic<bool> watchingPeak{false};
 long long liveAtStart = 0;
 
+// The blocks a counted run allocated and has not freed yet: what would be a leak if they outlive the
+// run. Open addressing with linear probing in static storage, so that keeping it allocates nothing.
+struct TrackedBlock {
+    void* block;
+    size_t size;
+    long long ordinal;  // which allocation of the run (1 = the first)
+};
+constexpr size_t kTrackedSlots = size_t(1) << 16;
+TrackedBlock tracked[kTrackedSlots];
+size_t trackedCount = 0;
+bool trackedOverflow = false;
+std::atomic_flag trackedLock = ATOMIC_FLAG_INIT;
+std::atomic<bool> anyTracked{false};
+
+class TrackedGuard {
+  public:
+    TrackedGuard() {
+        while (trackedLock.test_and_set(std::memory_order_acquire)) {
+        }
+    }
+    ~TrackedGuard() { trackedLock.clear(std::memory_order_release); }
+};
+
+size_t SlotOf(const void* block) {
+    return (reinterpret_cast<uintptr_t>(block) >> 4) * 0x9E3779B97F4A7C15ull >> (64 - 16);
+}
+
+void Track(void* block, size_t size, long long ordinal) {
+    TrackedGuard guard;
+    if (trackedCount + 1 >= kTrackedSlots / 2) {
+        trackedOverflow = true;
+        return;
+    }
+    size_t slot = SlotOf(block);
+    while (tracked[slot].block)
+        slot = (slot + 1) & (kTrackedSlots - 1);
+    tracked[slot] = {block, size, ordinal};
+    ++trackedCount;
+    anyTracked.store(true, std::memory_order_relaxed);
+}
+
+// Removes block if it is tracked; moves later members of its probe run back into the gap so that no
+// lookup stops early.
+void Untrack(const void* block) {
+    if (!anyTracked.load(std::memory_order_relaxed)) return;
+    TrackedGuard guard;
+    size_t slot = SlotOf(block);
+    while (tracked[slot].block && tracked[slot].block != block)
+        slot = (slot + 1) & (kTrackedSlots - 1);
+    if (!tracked[slot].block) return;
+    tracked[slot] = {};
+    --trackedCount;
+    for (size_t next = (slot + 1) & (kTrackedSlots - 1); tracked[next].block;
+         next = (next + 1) & (kTrackedSlots - 1)) {
+        const size_t home = SlotOf(tracked[next].block);
+        // Move it back when its home is not in the cyclic range (slot, next].
+        const bool homeInRange = slot < next ? (home > slot && home <= next) : (home > slot || home <= next);
+        if (homeInRange) continue;
+        tracked[slot] = tracked[next];
+        tracked[next] = {};
+        slot = next;
+    }
+}
+
+void ForgetTracked() {
+    TrackedGuard guard;
+    std::memset(static_cast<void*>(tracked), 0, sizeof tracked);
+    trackedCount = 0;
+    trackedOverflow = false;
+    anyTracked.store(false, std::memory_order_relaxed);
+}
+
+// Inside libcurl's transfer on this thread (see curl_easy_perform below), and whether such allocations
+// are spared.
+thread_local int insideTransfer = 0;
+bool spareTransfers = false;
+
 // True when this allocation is the one to fail.
 bool CountOne() {
     if (!counting) return false;
+    if (spareTransfers && insideTransfer > 0) return false;
     ++counted;
+    if (counted == trapAt && failAt != 0) std::raise(SIGTRAP);
     if (failAt != 0 && counted == failAt) {
         failedOne = true;
         return true;
@@ -82,6 +167,8 @@ bool CountOne() {
 
 void Added(void* p) {
     if (!p) return;
+    liveBlocks.fetch_add(1, std::memory_order_relaxed);
+    if (counting) Track(p, realUsable(p), counted);
     const long long now =
         live.fetch_add(static_cast<long long>(realUsable(p))) + static_cast<long long>(realUsable(p));
     if (!watchingPeak.load(std::memory_order_relaxed)) return;
@@ -91,7 +178,10 @@ void Added(void* p) {
 }
 
 void Removed(void* p) {
-    if (p) live.fetch_sub(static_cast<long long>(realUsable(p)));
+    if (!p) return;
+    liveBlocks.fetch_sub(1, std::memory_order_relaxed);
+    Untrack(p);
+    live.fetch_sub(static_cast<long long>(realUsable(p)));
 }
 
 void* Allocate(size_t size) {
@@ -150,13 +240,30 @@ void* realloc(void* old, size_t size) {
     if (CountOne()) return nullptr;
     const long long before = old ? static_cast<long long>(realUsable(old)) : 0;
     void* p = realRealloc(old, size);
-    if (p || size == 0) live.fetch_sub(before);
+    if (p || size == 0) {
+        if (old) {
+            liveBlocks.fetch_sub(1, std::memory_order_relaxed);
+            Untrack(old);
+        }
+        live.fetch_sub(before);
+    }
     if (p) Added(p);
     return p;
 }
 
 void free(void* p) {
     Release(p);
+}
+
+// Stands in for libcurl's, which the library calls through its import table, to know when an
+// allocation is made by a transfer in progress rather than by the library itself.
+int curl_easy_perform(void* handle) {
+    using PerformFn = int (*)(void*);
+    static const PerformFn real = Next<PerformFn>("curl_easy_perform");
+    ++insideTransfer;
+    const int code = real(handle);
+    --insideTransfer;
+    return code;
 }
 
 }  // extern "C"
@@ -223,9 +330,12 @@ void operator delete[](void* p, size_t, std::align_val_t) noexcept {
 namespace AllocationControl {
 
 void Start(long long fail) {
+    static const char* const trap = std::getenv("PELMOR_TORTURE_TRAP");
+    trapAt = trap ? std::atoll(trap) : 0;
     counted = 0;
     failAt = fail;
     failedOne = false;
+    ForgetTracked();
     liveAtStart = live.load();
     peak.store(liveAtStart);
     watchingPeak.store(true);
@@ -253,6 +363,30 @@ void Resume() {
 
 long long LiveBytes() {
     return live.load();
+}
+
+long long LiveBlocks() {
+    return liveBlocks.load();
+}
+
+void SpareNetworkTransfers(bool spare) {
+    spareTransfers = spare;
+}
+
+Leftovers StillLive() {
+    TrackedGuard guard;
+    Leftovers left;
+    left.overflow = trackedOverflow;
+    for (const TrackedBlock& entry : tracked) {
+        if (!entry.block) continue;
+        ++left.blocks;
+        left.bytes += static_cast<long long>(entry.size);
+        if (left.firstOrdinal == 0 || entry.ordinal < left.firstOrdinal) {
+            left.firstOrdinal = entry.ordinal;
+            left.firstSize = static_cast<long long>(entry.size);
+        }
+    }
+    return left;
 }
 
 }  // namespace AllocationControl
