@@ -1,5 +1,6 @@
 #include "pelmor/platform/XCrypt.h"
 
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
 
 #include "Base64Groups.h"
@@ -37,7 +38,13 @@ class FetchedCipher {
     std::atomic<EVP_CIPHER*> cipher_{nullptr};
 };
 
-FetchedCipher aes256Cbc;
+// The kept cipher is freed when the library is unloaded, or at exit before OpenSSL cleans up: OpenSSL is
+// initialised first, so its clean-up, registered then, runs after this one.
+const EVP_CIPHER* Aes256Cbc() noexcept {
+    if (OPENSSL_init_crypto(0, nullptr) != 1) return nullptr;
+    static FetchedCipher kept;
+    return kept.Get();
+}
 
 QByteArray RunCipher(bool encrypt, const unsigned char* key, const unsigned char* iv,
                      const QByteArray& input) {
@@ -45,7 +52,7 @@ QByteArray RunCipher(bool encrypt, const unsigned char* key, const unsigned char
     if (!encrypt && (input.isEmpty() || input.size() % 16 != 0)) return QByteArray();
     CipherContext context(EVP_CIPHER_CTX_new());
     if (!context) return QByteArray();
-    const EVP_CIPHER* cipher = aes256Cbc.Get();
+    const EVP_CIPHER* cipher = Aes256Cbc();
     if (!cipher || EVP_CipherInit_ex(context.get(), cipher, nullptr, key, iv, encrypt ? 1 : 0) != 1)
         return QByteArray();
     // One block of room for the padding; QByteArray sizes are int, so stay well below INT_MAX.
@@ -137,7 +144,7 @@ Encryptor::Encryptor(const unsigned char* key, const unsigned char* iv) noexcept
     }
     if (!key || !iv) return;
     context_->cipher.reset(EVP_CIPHER_CTX_new());
-    const EVP_CIPHER* cipher = aes256Cbc.Get();
+    const EVP_CIPHER* cipher = Aes256Cbc();
     context_->ok = context_->cipher && cipher &&
                    EVP_EncryptInit_ex(context_->cipher.get(), cipher, nullptr, key, iv) == 1;
 }
