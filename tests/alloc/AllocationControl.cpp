@@ -1,6 +1,8 @@
 #include "AllocationControl.h"
 
 #include <dlfcn.h>
+#include <execinfo.h>
+#include <link.h>
 
 #include <atomic>
 #include <csignal>
@@ -8,6 +10,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+
+// The allocator's own functions sit in a section of their own, so that a walk up the stack can step
+// over them.
+#define PELMOR_ALLOCATOR __attribute__((section("pelmor_allocator")))
+extern "C" char __start_pelmor_allocator[];
+extern "C" char __stop_pelmor_allocator[];
 
 namespace {
 
@@ -147,15 +155,71 @@ void ForgetTracked() {
     anyTracked.store(false, std::memory_order_relaxed);
 }
 
-// Inside libcurl's transfer on this thread (see curl_easy_perform below), and whether such allocations
-// are spared.
+// Inside libcurl's transfer on this thread (see curl_easy_perform below), and whether allocations made
+// there by libcurl and OpenSSL are spared.
 thread_local int insideTransfer = 0;
 bool spareTransfers = false;
 
+// Where code lies: the library's own (this executable, which links its objects, and its platform
+// layer) and the network libraries'. Filled when sparing is turned on.
+struct CodeRange {
+    uintptr_t begin;
+    uintptr_t end;
+};
+CodeRange libraryCode[16];
+int libraryRanges = 0;
+CodeRange networkCode[16];
+int networkRanges = 0;
+
+bool Within(const CodeRange* ranges, int count, uintptr_t pc) {
+    for (int i = 0; i < count; ++i)
+        if (pc >= ranges[i].begin && pc < ranges[i].end) return true;
+    return false;
+}
+
+int NoteCodeRanges(dl_phdr_info* info, size_t, void*) {
+    const char* name = info->dlpi_name ? info->dlpi_name : "";
+    const bool library =
+        !*name || std::strstr(name, "libPelmorSocket") || std::strstr(name, "libPelmorPlatform");
+    const bool network =
+        std::strstr(name, "libcurl") || std::strstr(name, "libssl") || std::strstr(name, "libcrypto");
+    if (!library && !network) return 0;
+    for (int i = 0; i < info->dlpi_phnum; ++i) {
+        const ElfW(Phdr)& segment = info->dlpi_phdr[i];
+        if (segment.p_type != PT_LOAD || !(segment.p_flags & PF_X)) continue;
+        const CodeRange range{info->dlpi_addr + segment.p_vaddr,
+                              info->dlpi_addr + segment.p_vaddr + segment.p_memsz};
+        if (library && libraryRanges < 16) libraryCode[libraryRanges++] = range;
+        if (network && networkRanges < 16) networkCode[networkRanges++] = range;
+    }
+    return 0;
+}
+
+// Whether the library asked for this allocation inside a transfer (its write callback, say) rather than
+// libcurl or OpenSSL: the nearest caller outside this allocator and the C and C++ runtimes decides. A few
+// frames are enough; deeper than that (compression inside libcurl) counts as the network's.
+PELMOR_ALLOCATOR bool AskedByTheLibrary() {
+    thread_local bool walking = false;
+    if (walking) return false;
+    walking = true;
+    void* frames[10];
+    const int depth = backtrace(frames, 10);
+    walking = false;
+    for (int i = 0; i < depth; ++i) {
+        const auto pc = reinterpret_cast<uintptr_t>(frames[i]);
+        if (pc >= reinterpret_cast<uintptr_t>(__start_pelmor_allocator) &&
+            pc < reinterpret_cast<uintptr_t>(__stop_pelmor_allocator))
+            continue;
+        if (Within(networkCode, networkRanges, pc)) return false;
+        if (Within(libraryCode, libraryRanges, pc)) return true;
+    }
+    return false;
+}
+
 // True when this allocation is the one to fail.
-bool CountOne() {
+PELMOR_ALLOCATOR bool CountOne() {
     if (!counting) return false;
-    if (spareTransfers && insideTransfer > 0) return false;
+    if (spareTransfers && insideTransfer > 0 && !AskedByTheLibrary()) return false;
     ++counted;
     if (counted == trapAt && failAt != 0) std::raise(SIGTRAP);
     if (failAt != 0 && counted == failAt) {
@@ -184,7 +248,7 @@ void Removed(void* p) {
     live.fetch_sub(static_cast<long long>(realUsable(p)));
 }
 
-void* Allocate(size_t size) {
+PELMOR_ALLOCATOR void* Allocate(size_t size) {
     if (resolving) return BootstrapAlloc(size);
     Resolve();
     if (CountOne()) return nullptr;
@@ -200,7 +264,7 @@ void Release(void* p) {
     realFree(p);
 }
 
-void* AllocateAligned(size_t size, size_t alignment) {
+PELMOR_ALLOCATOR void* AllocateAligned(size_t size, size_t alignment) {
     Resolve();
     if (CountOne()) return nullptr;
     void* p = nullptr;
@@ -213,11 +277,11 @@ void* AllocateAligned(size_t size, size_t alignment) {
 
 extern "C" {
 
-void* malloc(size_t size) {
+PELMOR_ALLOCATOR void* malloc(size_t size) {
     return Allocate(size);
 }
 
-void* calloc(size_t count, size_t size) {
+PELMOR_ALLOCATOR void* calloc(size_t count, size_t size) {
     if (resolving) {
         void* p = BootstrapAlloc(count * size);
         if (p) std::memset(p, 0, count * size);
@@ -230,7 +294,7 @@ void* calloc(size_t count, size_t size) {
     return p;
 }
 
-void* realloc(void* old, size_t size) {
+PELMOR_ALLOCATOR void* realloc(void* old, size_t size) {
     if (FromBootstrap(old)) {
         void* p = Allocate(size);
         if (p) std::memcpy(p, old, size);
@@ -268,32 +332,33 @@ int curl_easy_perform(void* handle) {
 
 }  // extern "C"
 
-void* operator new(size_t size) {
+PELMOR_ALLOCATOR void* operator new(size_t size) {
     void* p = Allocate(size ? size : 1);
     if (!p) throw std::bad_alloc();
     return p;
 }
-void* operator new[](size_t size) {
+PELMOR_ALLOCATOR void* operator new[](size_t size) {
     return operator new(size);
 }
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
+PELMOR_ALLOCATOR void* operator new(size_t size, const std::nothrow_t&) noexcept {
     return Allocate(size ? size : 1);
 }
-void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+PELMOR_ALLOCATOR void* operator new[](size_t size, const std::nothrow_t&) noexcept {
     return Allocate(size ? size : 1);
 }
-void* operator new(size_t size, std::align_val_t alignment) {
+PELMOR_ALLOCATOR void* operator new(size_t size, std::align_val_t alignment) {
     void* p = AllocateAligned(size ? size : 1, static_cast<size_t>(alignment));
     if (!p) throw std::bad_alloc();
     return p;
 }
-void* operator new[](size_t size, std::align_val_t alignment) {
+PELMOR_ALLOCATOR void* operator new[](size_t size, std::align_val_t alignment) {
     return operator new(size, alignment);
 }
-void* operator new(size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+PELMOR_ALLOCATOR void* operator new(size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
     return AllocateAligned(size ? size : 1, static_cast<size_t>(alignment));
 }
-void* operator new[](size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+PELMOR_ALLOCATOR void* operator new[](size_t size, std::align_val_t alignment,
+                                      const std::nothrow_t&) noexcept {
     return AllocateAligned(size ? size : 1, static_cast<size_t>(alignment));
 }
 void operator delete(void* p) noexcept {
@@ -370,6 +435,11 @@ long long LiveBlocks() {
 }
 
 void SpareNetworkTransfers(bool spare) {
+    if (spare && libraryRanges == 0) {
+        dl_iterate_phdr(NoteCodeRanges, nullptr);
+        void* warm[1];
+        backtrace(warm, 1);  // its first call loads the unwinder, which allocates
+    }
     spareTransfers = spare;
 }
 

@@ -22,9 +22,9 @@ Figures Stop();
 void Pause();
 void Resume();
 
-// On: allocations made inside libcurl's curl_easy_perform (libcurl and OpenSSL at work, and the
-// library's write callbacks they call) are neither counted nor failed. libcurl 7.88 mishandles some
-// failures of its own there; the library's allocations around the transfer are still failed one by one.
+// On: allocations that libcurl and OpenSSL make inside curl_easy_perform are neither counted nor
+// failed; libcurl 7.88 mishandles some failures of its own there. The library's allocations, around the
+// transfer and in the write callbacks it runs, are still failed one by one.
 void SpareNetworkTransfers(bool spare);
 
 // Live heap bytes and blocks of the whole process now.

@@ -282,9 +282,10 @@ TEST_F(AllocationTorture, EnterpriseQuery) {
 }
 
 // The captcha step and the answer step; the captcha's answer is asked of the emulator in between.
-// Like libcurl's own torture runs, this family fails only what is allocated outside libcurl's transfers:
-// failed inside them, libcurl 7.88 frees a block twice at cleanup (when it cannot keep a TLS session;
-// the library no longer keeps them) and sends a request without its query (the site then refuses it).
+// Like libcurl's own torture runs, this family fails only what the library allocates, around libcurl's
+// transfers and in the write callbacks they run: failed inside libcurl or OpenSSL, libcurl 7.88 frees a
+// block twice at cleanup (when it cannot keep a TLS session; the library no longer keeps them) and
+// sends a request without its query (the site then refuses it).
 TEST_F(AllocationTorture, CoverageSiteFlow) {
     AllocationControl::SpareNetworkTransfers(true);
     PelmorSocketInterface* service = Service(PELMOR_SOCKET_EDITION_STANDARD);
