@@ -1,9 +1,11 @@
 #include "pelmor/platform/XCrypt.h"
 
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
 
 #include "Base64Groups.h"
 
+#include <atomic>
 #include <climits>
 #include <cstdint>
 #include <memory>
@@ -15,15 +17,33 @@ struct CipherContextDeleter {
 };
 using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, CipherContextDeleter>;
 
-// OpenSSL 3 looks the cipher's implementation up again on every init given EVP_aes_256_cbc(), which costs
-// more than encrypting a small request; fetched once, it is kept for the life of the process. Should the
-// fetch fail, the implicit form still works.
-const EVP_CIPHER* Aes256Cbc() {
-#if OPENSSL_VERSION_NUMBER >= 0x30000000L
-    static const EVP_CIPHER* const fetched = EVP_CIPHER_fetch(nullptr, "AES-256-CBC", nullptr);
-    if (fetched) return fetched;
-#endif
-    return EVP_aes_256_cbc();
+// AES-256-CBC fetched once and kept. EVP_aes_256_cbc() makes OpenSSL fetch it again at every
+// initialisation, and when an allocation fails inside that fetch OpenSSL keeps a block it never frees.
+class FetchedCipher {
+  public:
+    ~FetchedCipher() { EVP_CIPHER_free(cipher_.load()); }
+
+    // Null when it cannot be fetched now (out of memory); a later call tries again.
+    const EVP_CIPHER* Get() noexcept {
+        if (EVP_CIPHER* kept = cipher_.load(std::memory_order_acquire)) return kept;
+        EVP_CIPHER* fetched = EVP_CIPHER_fetch(nullptr, "AES-256-CBC", nullptr);
+        if (!fetched) return nullptr;
+        EVP_CIPHER* expected = nullptr;
+        if (cipher_.compare_exchange_strong(expected, fetched, std::memory_order_acq_rel)) return fetched;
+        EVP_CIPHER_free(fetched);  // another thread kept one first
+        return expected;
+    }
+
+  private:
+    std::atomic<EVP_CIPHER*> cipher_{nullptr};
+};
+
+// The kept cipher is freed when the library is unloaded, or at exit before OpenSSL cleans up: OpenSSL is
+// initialised first, so its clean-up, registered then, runs after this one.
+const EVP_CIPHER* Aes256Cbc() noexcept {
+    if (OPENSSL_init_crypto(0, nullptr) != 1) return nullptr;
+    static FetchedCipher kept;
+    return kept.Get();
 }
 
 QByteArray RunCipher(bool encrypt, const unsigned char* key, const unsigned char* iv,
@@ -32,7 +52,8 @@ QByteArray RunCipher(bool encrypt, const unsigned char* key, const unsigned char
     if (!encrypt && (input.isEmpty() || input.size() % 16 != 0)) return QByteArray();
     CipherContext context(EVP_CIPHER_CTX_new());
     if (!context) return QByteArray();
-    if (EVP_CipherInit_ex(context.get(), Aes256Cbc(), nullptr, key, iv, encrypt ? 1 : 0) != 1)
+    const EVP_CIPHER* cipher = Aes256Cbc();
+    if (!cipher || EVP_CipherInit_ex(context.get(), cipher, nullptr, key, iv, encrypt ? 1 : 0) != 1)
         return QByteArray();
     // One block of room for the padding; QByteArray sizes are int, so stay well below INT_MAX.
     if (input.size() > INT_MAX - 32) return QByteArray();
@@ -101,8 +122,9 @@ Encryptor::Encryptor(const unsigned char* key, const unsigned char* iv) noexcept
     }
     if (!key || !iv) return;
     context_->cipher.reset(EVP_CIPHER_CTX_new());
-    context_->ok =
-        context_->cipher && EVP_EncryptInit_ex(context_->cipher.get(), Aes256Cbc(), nullptr, key, iv) == 1;
+    const EVP_CIPHER* cipher = Aes256Cbc();
+    context_->ok = context_->cipher && cipher &&
+                   EVP_EncryptInit_ex(context_->cipher.get(), cipher, nullptr, key, iv) == 1;
 }
 
 Encryptor::~Encryptor() = default;

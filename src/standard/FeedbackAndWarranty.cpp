@@ -1,6 +1,7 @@
 #include <pelmor/HalvexHTTP.h>
 #include <pelmor/ISocketDevice.h>
 #include <pelmor/ISocketFeedback.h>
+#include <pelmor/platform/MemoryShortage.h>
 #include <pelmor/platform/PlatformString.h>
 #include <pelmor/platform/XSystem.h>
 #include <pelmor/records/VerifyFeedbackReply.h>
@@ -98,9 +99,12 @@ bool PelmorSocketStandard::WarrantySelect(ISocketDevice* device, const char* coo
                                           std::function<void(const char*)> callback) {
     if (!device || !cookie || !answer || !callback) return false;
     try {
+        const unsigned long long shortagesBefore = Pelmor::MemoryShortages();
         const std::string serial = DeviceToSerial(device).ToUtf8();
         // The page follows the region text alone; the referrer stays the "/cn/zh/" one either way.
         const bool mainland = DeviceRegion(device).find(L"CH/") != XString::npos;
+        // A serial or region lost to a shortage would post another device's question: post nothing.
+        if (Pelmor::MemoryShortages() != shortagesBefore) return false;
         char url[1024] = {};
         const int length =
             std::snprintf(url, sizeof url, mainland ? "https://%s/cn/zh/?sn=%s" : "https://%s/us/eh/?sn=%s",

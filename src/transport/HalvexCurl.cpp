@@ -60,9 +60,21 @@ int SilentProgress(void*, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
     return 0;
 }
 
+// libcurl copies text options; a copy that fails leaves the option unset, and the request would go out
+// without it (a form posted without its cookie is refused by the site).
+bool Copied(CURLcode code) {
+    return code == CURLE_OK;
+}
+
 // An empty cookie text means no Cookie header at all, not an empty one.
-void SetCookie(CURL* curl, const char* cookie) {
-    if (cookie && *cookie) curl_easy_setopt(curl, CURLOPT_COOKIE, cookie);
+bool SetCookie(CURL* curl, const char* cookie) {
+    return !(cookie && *cookie) || Copied(curl_easy_setopt(curl, CURLOPT_COOKIE, cookie));
+}
+
+// Every request here has a handle of its own, so a TLS session kept for reuse is never reused. And
+// libcurl 7.88 frees a block twice at cleanup when keeping one runs out of memory: do not keep them.
+void KeepNoTlsSession(CURL* curl) {
+    curl_easy_setopt(curl, CURLOPT_SSL_SESSIONID_CACHE, 0L);
 }
 
 // The coverage site is read line by line as HTTP/1.1 writes its headers; HTTP/2 would lower-case them.
@@ -72,21 +84,24 @@ void AskForHttp11(CURL* curl) {
 
 // The options every GET of this client sets, in their order. No total time-out, since a host may fetch a
 // large file, but a stalled transfer is given up. No signals: the host may have threads of its own.
-void SetGetOptions(CURL* curl, const char* url, HalvexCurl* self, bool withHeaders, const char* cookie) {
-    curl_easy_setopt(curl, CURLOPT_URL, url);
+// False when a text option could not be copied.
+bool SetGetOptions(CURL* curl, const char* url, HalvexCurl* self, bool withHeaders, const char* cookie) {
+    bool whole = Copied(curl_easy_setopt(curl, CURLOPT_URL, url));
     curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &HalvexCurl::CallBack_HTTP);
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, self);
     curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 0L);
+    KeepNoTlsSession(curl);
     curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
     curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, &SilentProgress);
     if (withHeaders) curl_easy_setopt(curl, CURLOPT_HEADER, 1L);
-    curl_easy_setopt(curl, CURLOPT_USERAGENT, kBrowser);
-    SetCookie(curl, cookie);
+    whole = Copied(curl_easy_setopt(curl, CURLOPT_USERAGENT, kBrowser)) && whole;
+    whole = SetCookie(curl, cookie) && whole;
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, NetworkTimeouts::kConnectSeconds);
     curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, NetworkTimeouts::kStallBytesPerSecond);
     curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, NetworkTimeouts::kStallSeconds);
+    return whole;
 }
 
 // The POSTs' pair of limits.
@@ -157,7 +172,7 @@ bool HalvexCurl::GET(const char* url, std::function<void(const char*)> callback)
     if (!url || !callback) return false;
     EasyHandle curl(curl_easy_init());
     if (!curl) return false;
-    SetGetOptions(curl.get(), url, this, false, nullptr);
+    if (!SetGetOptions(curl.get(), url, this, false, nullptr)) return false;
     if (!Perform(curl.get())) return false;
     curl.reset();
     callback(buffer_.c_str());
@@ -168,7 +183,7 @@ bool HalvexCurl::GetCookie(const char* url, std::function<void(const char*)> cal
     if (!url || !callback) return false;
     EasyHandle curl(curl_easy_init());
     if (!curl) return false;
-    SetGetOptions(curl.get(), url, this, true, nullptr);
+    if (!SetGetOptions(curl.get(), url, this, true, nullptr)) return false;
     AskForHttp11(curl.get());
     if (!Perform(curl.get())) return false;
     curl.reset();
@@ -183,10 +198,11 @@ bool HalvexCurl::GETWarranty(const char* url, const char* cookie,
     buffer_.clear();
     EasyHandle curl(curl_easy_init());
     if (!curl) return false;
-    SetGetOptions(curl.get(), url, this, false, cookie);
+    if (!SetGetOptions(curl.get(), url, this, false, cookie)) return false;
     AskForHttp11(curl.get());
     HeaderList headers = MakeHeaders({kHostHeader, kFixedReferer});
-    if (headers) curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
+    if (!headers) return false;  // without its Host and Referer lines the site refuses the request
+    curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
     const bool ok = Perform(curl.get());
     curl.reset();
     headers.reset();
@@ -200,13 +216,14 @@ bool HalvexCurl::WarrantySelectToken(const char* url, const char* cookie,
     if (!url || !callback) return false;
     EasyHandle curl(curl_easy_init());
     if (!curl) return false;
-    SetGetOptions(curl.get(), url, this, true, cookie);
+    if (!SetGetOptions(curl.get(), url, this, true, cookie)) return false;
     AskForHttp11(curl.get());
     // A page address too long for the line is cut: the referrer is a courtesy, not data.
     char referer[1024] = {};
     std::snprintf(referer, sizeof referer, "Referer: %s", url);
     HeaderList headers = MakeHeaders({kHostHeader, referer});
-    if (headers) curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
+    if (!headers) return false;  // without its Host and Referer lines the site refuses the request
+    curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
     const bool ok = Perform(curl.get());
     headers.reset();
     curl.reset();
@@ -223,17 +240,19 @@ bool HalvexCurl::POSTWarranty(const char* url, const char* cookie, const char* b
     EasyHandle curl(curl_easy_init());
     if (!curl) return false;
     curl_easy_setopt(curl.get(), CURLOPT_SSL_VERIFYPEER, 0L);
+    KeepNoTlsSession(curl.get());
     curl_easy_setopt(curl.get(), CURLOPT_POST, 1L);
-    curl_easy_setopt(curl.get(), CURLOPT_URL, url);
+    if (!Copied(curl_easy_setopt(curl.get(), CURLOPT_URL, url))) return false;
     curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDS, body);
     curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(std::strlen(body)));
     curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, &HalvexCurl::CallBack_HTTP);
     curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, this);
     SetPostTimeouts(curl.get());
-    SetCookie(curl.get(), cookie);
+    if (!SetCookie(curl.get(), cookie)) return false;
     AskForHttp11(curl.get());
     HeaderList headers = MakeHeaders({kHostHeader, kFixedReferer});
-    if (headers) curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
+    if (!headers) return false;  // without its Host and Referer lines the site refuses the request
+    curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
     const bool ok = Perform(curl.get());
     curl.reset();
     headers.reset();

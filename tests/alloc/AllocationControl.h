@@ -22,7 +22,24 @@ Figures Stop();
 void Pause();
 void Resume();
 
-// Live heap bytes of the whole process now.
+// On: allocations that libcurl and OpenSSL make inside curl_easy_perform are neither counted nor
+// failed; libcurl 7.88 mishandles some failures of its own there. The library's allocations, around the
+// transfer and in the write callbacks it runs, are still failed one by one.
+void SpareNetworkTransfers(bool spare);
+
+// Live heap bytes and blocks of the whole process now.
 long long LiveBytes();
+long long LiveBlocks();
+
+// The blocks the last counted run (Start to Stop, on its thread) allocated and nobody has freed since,
+// from any thread. Read it once the run's thread has ended, so that its per-thread state is gone too.
+struct Leftovers {
+    long long blocks = 0;
+    long long bytes = 0;
+    long long firstOrdinal = 0;  // the earliest of them: which allocation of the run it was
+    long long firstSize = 0;     // and its usable size
+    bool overflow = false;       // more blocks were live at once than the check can follow
+};
+Leftovers StillLive();
 
 }  // namespace AllocationControl
