@@ -575,6 +575,15 @@ const XJson& XJson::Element(unsigned index) const noexcept {
     return InPlace(value.get_array()[index]);
 }
 
+void XJson::ForEachMember(const std::function<void(std::string_view key, const XJson& value)>& visit) const {
+    const json::value& value = JsonValue(*this);
+    if (!value.is_object()) return;
+    for (const json::key_value_pair& member : value.get_object()) {
+        const json::string_view key = member.key();
+        visit(std::string_view(key.data(), key.size()), InPlace(member.value()));
+    }
+}
+
 void XJson::Reserve(std::size_t members) noexcept {
     try {
         MakeObject(JsonValue(*this))->reserve(members);

@@ -4,6 +4,7 @@
 #include <pelmor/platform/XString.h>
 #include <pelmor/records/VerifyReport.h>
 
+#include <string_view>
 #include <vector>
 
 class CSocketInfoVerifyItem : public ISocketInfoVerifyItem {
@@ -32,6 +33,9 @@ class CSocketInfoVerifyItem : public ISocketInfoVerifyItem {
     void Fill(EDeviceVerifyClassify classify, const XJson& item) noexcept;
 
   private:
+    // The text field a line member fills, or none.
+    XString* TextField(std::string_view key) noexcept;
+
     EDeviceVerifyClassify classify_ = DEVICE_VERIFY_CLASSIFY_BASE;
     EDeviceVerifyKey key_ = DEVICE_VERIFY_KEY_UNKNOWN;
     XString name_;

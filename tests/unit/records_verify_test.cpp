@@ -237,4 +237,34 @@ TEST(RecordsVerifyReportLines, TagsKeysAndFlagsAreReadStrictly) {
     EXPECT_TRUE(items[4]->GetShow());
 }
 
+TEST(RecordsVerifyReportLines, RefilledLineKeepsNothingOfTheLineBefore) {
+    CSocketInfoVerifyItem item;
+    XJson full{std::string(R"({"name":"n","result":"r","nowValue":"v2","originalValue":"v1","msg":"m",
+        "url":"u","originalProductionDate":"d1","nowProductionDate":"d2","show":"y","cert":true,
+        "key":"imei","extra":"ignored"})")};
+    item.SetJson(DEVICE_VERIFY_CLASSIFY_SCREEN, full);
+    EXPECT_EQ(item.GetName(), L"n");
+    EXPECT_EQ(item.GetResult(), L"r");
+    EXPECT_EQ(item.GetNow(), L"v2");
+    EXPECT_EQ(item.GetOriginal(), L"v1");
+    EXPECT_EQ(item.GetMessage(), L"m");
+    EXPECT_EQ(item.GetURL(), L"u");
+    EXPECT_EQ(item.GetOriginalTime(), L"d1");
+    EXPECT_EQ(item.GetNowTime(), L"d2");
+    EXPECT_TRUE(item.GetShow());
+    EXPECT_TRUE(item.GetBusiness());
+    EXPECT_EQ(item.GetKey(), DEVICE_VERIFY_KEY_IMEI);
+
+    XJson sparse{std::string(R"({"msg":"again"})")};
+    item.SetJson(DEVICE_VERIFY_CLASSIFY_BASE, sparse);
+    EXPECT_EQ(item.GetClassify(), DEVICE_VERIFY_CLASSIFY_BASE);
+    EXPECT_EQ(item.GetMessage(), L"again");
+    for (const XString& text : {item.GetName(), item.GetResult(), item.GetNow(), item.GetOriginal(),
+                                item.GetURL(), item.GetOriginalTime(), item.GetNowTime()})
+        EXPECT_EQ(text, L"");
+    EXPECT_FALSE(item.GetShow());
+    EXPECT_FALSE(item.GetBusiness());
+    EXPECT_EQ(item.GetKey(), DEVICE_VERIFY_KEY_UNKNOWN);
+}
+
 }  // namespace
