@@ -7,7 +7,11 @@
 
 #include <climits>
 #include <limits>
+#include <new>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -107,6 +111,25 @@ TEST(XJsonRead, InPlaceNavigationReadsTheValueItself) {
     EXPECT_EQ(text.ToXString("t"), XString(L"a\u00e9\u20ac\U0001F600z"));
     XJson parsed(std::string("{\"t\":\"a\xffz\"}"));
     EXPECT_EQ(parsed.ToXString("t"), XString(L"a\uFFFDz"));
+}
+
+TEST(XJsonRead, EveryMemberVisitedInPlaceInOrder) {
+    const XJson json(std::string(R"({"b":1,"a":"x","b2":{"k":"v"}})"));
+    std::vector<std::pair<std::string, const XJson*>> seen;
+    json.ForEachMember([&](std::string_view key, const XJson& value) { seen.emplace_back(key, &value); });
+    ASSERT_EQ(seen.size(), 3u);
+    EXPECT_EQ(seen[0].first, "b");
+    EXPECT_EQ(seen[1].first, "a");
+    EXPECT_EQ(seen[2].first, "b2");
+    EXPECT_EQ(seen[1].second, &json.Member("a")) << "the member itself, not a copy";
+    EXPECT_EQ(seen[2].second->ToString("k"), "v");
+    // Anything but an object has no members; what the visitor throws reaches the caller.
+    int calls = 0;
+    for (const XJson* other : {&json.Member("a"), &json.Member("missing"), &json.Member("b")})
+        other->ForEachMember([&](std::string_view, const XJson&) { ++calls; });
+    EXPECT_EQ(calls, 0);
+    EXPECT_THROW(json.ForEachMember([](std::string_view, const XJson&) { throw std::bad_alloc(); }),
+                 std::bad_alloc);
 }
 
 TEST(XJsonParse, TextThatIsNotJsonGivesAnEmptyValue) {
