@@ -87,6 +87,21 @@ void Session(const wchar_t* token, unsigned long long expiry) {
     Touch(expiry);
 }
 
+// Operations both editions offer under the same call.
+void RunVerifyDevice(PelmorSocketInterface& s, CDeviceFile* d) {
+    Done(s.VerifyDevice(d, QByteArray("f"), [](ISocketInfoVerify* report) { Read(report); }));
+}
+void RunDeviceIpsw(PelmorSocketInterface& s, CDeviceFile* d) {
+    Done(s.DeviceIpsw(d, Reader<ISocketInfoIpsw>()));
+}
+void RunFeedback(PelmorSocketInterface& s, CDeviceFile*) {
+    Form form;
+    Done(s.Feedback(&form, [](QString answer) { Touch(answer); }));
+}
+void RunDeviceKey(PelmorSocketInterface& s, CDeviceFile*) {
+    Done(s.DeviceKey(Reader<ISocketInfoKey>()));
+}
+
 const Operation kOperations[] = {
     {Edition::None, nullptr},  // the configuration fetch
     {Edition::Standard,
@@ -149,21 +164,12 @@ const Operation kOperations[] = {
      [](PelmorSocketInterface& s, CDeviceFile*) {
          Done(s.VerifyAirPods(QString("i"), QString("d"), Reader<ISocketInfoAirPods>()));
      }},
-    {Edition::Standard,
-     [](PelmorSocketInterface& s, CDeviceFile* d) {
-         Done(s.VerifyDevice(d, QByteArray("f"), [](ISocketInfoVerify* report) { Read(report); }));
-     }},
+    {Edition::Standard, RunVerifyDevice},
     {Edition::Standard, [](PelmorSocketInterface& s,
                            CDeviceFile* d) { Done(s.VerifyImage(d, 1, "l", Reader<ISocketInfoImage>())); }},
-    {Edition::Standard,
-     [](PelmorSocketInterface& s, CDeviceFile* d) { Done(s.DeviceIpsw(d, Reader<ISocketInfoIpsw>())); }},
-    {Edition::Standard,
-     [](PelmorSocketInterface& s, CDeviceFile*) {
-         Form form;
-         Done(s.Feedback(&form, [](QString answer) { Touch(answer); }));
-     }},
-    {Edition::Standard,
-     [](PelmorSocketInterface& s, CDeviceFile*) { Done(s.DeviceKey(Reader<ISocketInfoKey>())); }},
+    {Edition::Standard, RunDeviceIpsw},
+    {Edition::Standard, RunFeedback},
+    {Edition::Standard, RunDeviceKey},
     {Edition::Standard,
      [](PelmorSocketInterface& s, CDeviceFile* d) {
          Done(s.VerifyFeedbackReply(d, [](const XSocketInfoVerifyFeedbackReply& reply) { Read(&reply); }));
@@ -193,19 +199,10 @@ const Operation kOperations[] = {
     {Edition::Standard,
      [](PelmorSocketInterface& s, CDeviceFile* d) { Done(s.VerifyFeedback(d, XString(L"m"))); }},
     // The enterprise edition.
-    {Edition::Enterprise,
-     [](PelmorSocketInterface& s, CDeviceFile* d) {
-         Done(s.VerifyDevice(d, QByteArray("f"), [](ISocketInfoVerify* report) { Read(report); }));
-     }},
-    {Edition::Enterprise,
-     [](PelmorSocketInterface& s, CDeviceFile* d) { Done(s.DeviceIpsw(d, Reader<ISocketInfoIpsw>())); }},
-    {Edition::Enterprise,
-     [](PelmorSocketInterface& s, CDeviceFile*) {
-         Form form;
-         Done(s.Feedback(&form, [](QString answer) { Touch(answer); }));
-     }},
-    {Edition::Enterprise,
-     [](PelmorSocketInterface& s, CDeviceFile*) { Done(s.DeviceKey(Reader<ISocketInfoKey>())); }},
+    {Edition::Enterprise, RunVerifyDevice},
+    {Edition::Enterprise, RunDeviceIpsw},
+    {Edition::Enterprise, RunFeedback},
+    {Edition::Enterprise, RunDeviceKey},
     {Edition::Enterprise,
      [](PelmorSocketInterface& s, CDeviceFile*) { Done(s.TokenCreate("a", "p", Session)); }},
     {Edition::Enterprise, [](PelmorSocketInterface& s, CDeviceFile*) { Done(s.TokenRefresh(Session)); }},
