@@ -267,4 +267,57 @@ TEST(RecordsVerifyReportLines, RefilledLineKeepsNothingOfTheLineBefore) {
     EXPECT_EQ(item.GetKey(), DEVICE_VERIFY_KEY_UNKNOWN);
 }
 
+// What the getters give for texts that are not plain strings: invalid UTF-8 mended to U+FFFD, numbers and
+// bools spelled as their JSON text, null and objects empty. The source is gone before anything is read.
+TEST(RecordsVerifyReportLines, TextsReadBackMendedAndSpelledAfterTheSourceIsGone) {
+    CSocketInfoVerifyItem item;
+    {
+        XJson line{
+            std::string("{\"name\":\"a\xC3(b\",\"result\":\"\xF0\x9F\x98\x80 ok\",\"nowValue\":12.5,"
+                        "\"originalValue\":true,\"msg\":null,\"url\":{\"a\":1},"
+                        "\"originalProductionDate\":\"\",\"nowProductionDate\":\"\xED\xA0\x80x\xFF\","
+                        "\"show\":\"\xC3\xBFy\",\"key\":\"imei\"}")};
+        item.SetJson(DEVICE_VERIFY_CLASSIFY_OTHER, line);
+    }
+    EXPECT_EQ(item.GetName(), L"a\uFFFD(b");
+    EXPECT_EQ(item.GetResult(), L"\U0001F600 ok");
+    EXPECT_EQ(item.GetNow(), L"12.5");
+    EXPECT_EQ(item.GetOriginal(), L"true");
+    EXPECT_EQ(item.GetMessage(), L"");
+    EXPECT_EQ(item.GetURL(), L"");
+    EXPECT_EQ(item.GetOriginalTime(), L"");
+    EXPECT_EQ(item.GetNowTime(), L"\uFFFDx\uFFFD");
+    EXPECT_TRUE(item.GetShow());
+    EXPECT_EQ(item.GetKey(), DEVICE_VERIFY_KEY_IMEI);
+    // Read twice, the same text: a getter hands out a copy.
+    EXPECT_EQ(item.GetName(), L"a\uFFFD(b");
+
+    // 'y' only as a letter of its own: the byte inside a longer UTF-8 sequence does not count.
+    XJson noY{std::string("{\"show\":\"\xC3\xBF\xE1\xBD\xB9\",\"name\":-3}")};
+    item.SetJson(DEVICE_VERIFY_CLASSIFY_BASE, noY);
+    EXPECT_FALSE(item.GetShow());
+    EXPECT_EQ(item.GetName(), L"-3");
+}
+
+TEST(RecordsVerifyReport, TopicsReadBackMendedAndSpelled) {
+    auto report = Report(
+        "{\"singleItemsMsg\":\"\xE4\xB8\",\"msg\":18446744073709551615,\"totalResult\":1e400,"
+        "\"score\":-0.5,\"iccid\":{\"value\":false,\"status\":[1]},\"root\":\"not an object\","
+        "\"items\":{\"base\":7,\"other\":\"\xF4\x90\x80\x80!\"},"
+        "\"hardDisk\":{\"value\":\"\xE7\xA1\xAC\xE7\x9B\x98\",\"status\":null}}");
+    EXPECT_EQ(report->GetVersionMessage(), L"\uFFFD");
+    EXPECT_EQ(report->GetVerifyMessage(), L"18446744073709551615");
+    EXPECT_EQ(report->GetTotalResult(), L"1.7976931348623157e+308");
+    EXPECT_EQ(report->GetScore(), L"-0.5");
+    EXPECT_EQ(report->GetCardValue(), L"false");
+    EXPECT_EQ(report->GetCardState(), L"");
+    EXPECT_EQ(report->GetRootValue(), L"");
+    EXPECT_EQ(report->GetBaseState(), L"7");
+    EXPECT_EQ(report->GetHardwareState(), L"");
+    EXPECT_EQ(report->GetOtherState(), L"\uFFFD!");
+    EXPECT_EQ(report->GetHarddiskValue(), L"硬盘");
+    EXPECT_EQ(report->GetHarddiskState(), L"");
+    EXPECT_EQ(report->GetRequestMessage(), L"");
+}
+
 }  // namespace
