@@ -543,6 +543,12 @@ double XJson::AsDouble() const noexcept {
     return ValueToDouble(&JsonValue(*this));
 }
 
+std::string_view XJson::TextView() const noexcept {
+    const json::value& value = JsonValue(*this);
+    if (!value.is_string()) return std::string_view();
+    return std::string_view(value.get_string().data(), value.get_string().size());
+}
+
 XJson XJson::Take(const std::string& key) noexcept {
     XJson out;
     json::value& value = JsonValue(*this);

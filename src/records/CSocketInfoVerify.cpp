@@ -21,14 +21,15 @@ constexpr std::string_view kKeyTexts[] = {
     "hardDisk", "teardown", "lcm",  "nsrn", "nvsn", "iccid", "root",      "meid",
 };
 
-EDeviceVerifyKey KeyOf(const std::string& text) {
+// Read from the member's text only: a number or bool spelled out is never one of these.
+EDeviceVerifyKey KeyOf(std::string_view text) {
     for (size_t i = 0; i < std::size(kKeyTexts); ++i)
         if (text == kKeyTexts[i]) return static_cast<EDeviceVerifyKey>(i + 1);
     return DEVICE_VERIFY_KEY_UNKNOWN;
 }
 
 // Anything that is not one of the four named classes, an unknown or missing tag included, is "other".
-EDeviceVerifyClassify ClassifyOf(const std::string& tag) {
+EDeviceVerifyClassify ClassifyOf(std::string_view tag) {
     if (tag == "base") return DEVICE_VERIFY_CLASSIFY_BASE;
     if (tag == "hardware") return DEVICE_VERIFY_CLASSIFY_HARDWARE;
     if (tag == "screen") return DEVICE_VERIFY_CLASSIFY_SCREEN;
@@ -45,28 +46,28 @@ void ReadTopic(const XJson& data, const char* topic, XString& value, XString& st
 }  // namespace
 
 XString CSocketInfoVerifyItem::GetName() const noexcept {
-    return Copy(name_);
+    return texts_.Wide(kName);
 }
 XString CSocketInfoVerifyItem::GetResult() const noexcept {
-    return Copy(result_);
+    return texts_.Wide(kResult);
 }
 XString CSocketInfoVerifyItem::GetOriginal() const noexcept {
-    return Copy(original_);
+    return texts_.Wide(kOriginal);
 }
 XString CSocketInfoVerifyItem::GetNow() const noexcept {
-    return Copy(now_);
+    return texts_.Wide(kNow);
 }
 XString CSocketInfoVerifyItem::GetMessage() const noexcept {
-    return Copy(message_);
+    return texts_.Wide(kMessage);
 }
 XString CSocketInfoVerifyItem::GetURL() const noexcept {
-    return Copy(url_);
+    return texts_.Wide(kUrl);
 }
 XString CSocketInfoVerifyItem::GetOriginalTime() const noexcept {
-    return Copy(originalTime_);
+    return texts_.Wide(kOriginalTime);
 }
 XString CSocketInfoVerifyItem::GetNowTime() const noexcept {
-    return Copy(nowTime_);
+    return texts_.Wide(kNowTime);
 }
 
 void CSocketInfoVerifyItem::SetJson(EDeviceVerifyClassify classify, XJson& item) noexcept {
@@ -77,44 +78,42 @@ void CSocketInfoVerifyItem::Fill(EDeviceVerifyClassify classify, const XJson& it
     classify_ = classify;
     // What the line leaves out reads as empty; the line is then read in one pass over its members, since a
     // search per field costs a scan of the line each (a report has some thirty lines of a dozen members).
-    name_.clear();
-    result_.clear();
-    now_.clear();
-    original_.clear();
-    message_.clear();
-    url_.clear();
-    originalTime_.clear();
-    nowTime_.clear();
+    texts_.Clear();
     show_ = false;
     business_ = false;
     key_ = DEVICE_VERIFY_KEY_UNKNOWN;
     try {
-        item.ForEachMember([this](std::string_view key, const XJson& value) {
-            if (XString* text = TextField(key))
-                *text = value.AsXString();
+        Utf8Texts<kTexts>::Draft draft;
+        item.ForEachMember([this, &draft](std::string_view key, const XJson& value) {
+            if (key == "name")
+                draft.Set(kName, value);
+            else if (key == "result")
+                draft.Set(kResult, value);
+            else if (key == "nowValue")
+                draft.Set(kNow, value);
+            else if (key == "originalValue")
+                draft.Set(kOriginal, value);
+            else if (key == "msg")
+                draft.Set(kMessage, value);
+            else if (key == "url")
+                draft.Set(kUrl, value);
+            else if (key == "originalProductionDate")
+                draft.Set(kOriginalTime, value);
+            else if (key == "nowProductionDate")
+                draft.Set(kNowTime, value);
             else if (key == "show")
-                show_ = RecordText::ContainsY(value.AsXString());
+                show_ = value.IsString() ? RecordText::ContainsY(value.TextView())
+                                         : RecordText::ContainsY(value.AsString());
             else if (key == "cert")
                 business_ = value.AsBool();
             else if (key == "key")
-                key_ = KeyOf(value.AsString());
+                key_ = KeyOf(value.TextView());
         });
+        texts_.Assign(draft);
     } catch (...) {
         Pelmor::NoteMemoryShortage();
-        // Out of memory: the item keeps what it read so far.
+        // Out of memory: the line keeps its flags and no texts.
     }
-}
-
-XString* CSocketInfoVerifyItem::TextField(std::string_view key) noexcept {
-    if (key == "name") return &name_;
-    if (key == "result") return &result_;
-    if (key == "nowValue") return &now_;
-    if (key == "originalValue") return &original_;
-    if (key == "msg") return &message_;
-    if (key == "url") return &url_;
-    if (key == "originalProductionDate") return &originalTime_;
-    if (key == "nowProductionDate") return &nowTime_;
-    return nullptr;
 }
 
 CSocketInfoVerify::~CSocketInfoVerify() {
@@ -256,7 +255,7 @@ void CSocketInfoVerify::SetJson(XJson& data) noexcept {
             const XJson& element = list.Element(i);
             // A line is an object; anything else would only make an item of empty texts.
             if (!element.IsObject() || element.IsEmpty()) continue;
-            const EDeviceVerifyClassify classify = ClassifyOf(element.Member("tag").AsString());
+            const EDeviceVerifyClassify classify = ClassifyOf(element.Member("tag").TextView());
             CSocketInfoVerifyItem* item = new (std::nothrow) CSocketInfoVerifyItem();
             if (!item) {
                 Pelmor::NoteMemoryShortage();

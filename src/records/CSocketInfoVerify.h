@@ -4,8 +4,12 @@
 #include <pelmor/platform/XString.h>
 #include <pelmor/records/VerifyReport.h>
 
+#include <cstddef>
+
 #include <string_view>
 #include <vector>
+
+#include "records/Utf8Texts.h"
 
 class CSocketInfoVerifyItem : public ISocketInfoVerifyItem {
   public:
@@ -33,19 +37,21 @@ class CSocketInfoVerifyItem : public ISocketInfoVerifyItem {
     void Fill(EDeviceVerifyClassify classify, const XJson& item) noexcept;
 
   private:
-    // The text field a line member fills, or none.
-    XString* TextField(std::string_view key) noexcept;
+    enum Text : std::size_t {
+        kName,
+        kResult,
+        kOriginal,
+        kNow,
+        kMessage,
+        kUrl,
+        kOriginalTime,
+        kNowTime,
+        kTexts
+    };
 
     EDeviceVerifyClassify classify_ = DEVICE_VERIFY_CLASSIFY_BASE;
     EDeviceVerifyKey key_ = DEVICE_VERIFY_KEY_UNKNOWN;
-    XString name_;
-    XString result_;
-    XString original_;
-    XString now_;
-    XString message_;
-    XString url_;
-    XString originalTime_;
-    XString nowTime_;
+    Utf8Texts<kTexts> texts_;
     bool show_ = false;
     bool business_ = false;
 };

@@ -72,6 +72,10 @@ class PELMOR_PLATFORM_API XJson {
     long long AsInt64() const noexcept;
     bool AsBool() const noexcept;
     double AsDouble() const noexcept;
+    // A text value's bytes where they live inside this value, read without a copy while the value stays
+    // unchanged; empty for every other kind (AsString spells numbers and bools). Parsed text may hold
+    // invalid UTF-8: the wide conversions mend it.
+    std::string_view TextView() const noexcept;
 
     // A member by key or an element by position; empty when absent or past the end.
     XJson operator[](const std::string& key) const noexcept;
