@@ -1,10 +1,12 @@
 #include "records/CSocketInfoVerify.h"
 #include <pelmor/platform/MemoryShortage.h>
 
+#include <algorithm>
 #include <iterator>
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "records/RecordList.h"
 #include "records/RecordText.h"
@@ -35,12 +37,6 @@ EDeviceVerifyClassify ClassifyOf(std::string_view tag) {
     if (tag == "screen") return DEVICE_VERIFY_CLASSIFY_SCREEN;
     if (tag == "fingerprint") return DEVICE_VERIFY_CLASSIFY_FINGERPRINT;
     return DEVICE_VERIFY_CLASSIFY_OTHER;
-}
-
-void ReadTopic(const XJson& data, const char* topic, XString& value, XString& state) {
-    const XJson& object = data.Member(topic);
-    value = object.Member("value").AsXString();
-    state = object.Member("status").AsXString();
 }
 
 }  // namespace
@@ -124,91 +120,91 @@ XString CSocketInfoVerify::GetRequestMessage() const noexcept {
     return Copy(requestMessage_);
 }
 XString CSocketInfoVerify::GetVersionMessage() const noexcept {
-    return Copy(versionMessage_);
+    return texts_.Wide(kVersionMessage);
 }
 XString CSocketInfoVerify::GetVerifyMessage() const noexcept {
-    return Copy(verifyMessage_);
+    return texts_.Wide(kVerifyMessage);
 }
 XString CSocketInfoVerify::GetTotalResult() const noexcept {
-    return Copy(totalResult_);
+    return texts_.Wide(kTotalResult);
 }
 XString CSocketInfoVerify::GetCardValue() const noexcept {
-    return Copy(cardValue_);
+    return texts_.Wide(kCardValue);
 }
 XString CSocketInfoVerify::GetCardState() const noexcept {
-    return Copy(cardState_);
+    return texts_.Wide(kCardState);
 }
 XString CSocketInfoVerify::GetOpenValue() const noexcept {
-    return Copy(openValue_);
+    return texts_.Wide(kOpenValue);
 }
 XString CSocketInfoVerify::GetOpenState() const noexcept {
-    return Copy(openState_);
+    return texts_.Wide(kOpenState);
 }
 XString CSocketInfoVerify::GetScore() const noexcept {
-    return Copy(score_);
+    return texts_.Wide(kScore);
 }
 XString CSocketInfoVerify::GetRootValue() const noexcept {
-    return Copy(rootValue_);
+    return texts_.Wide(kRootValue);
 }
 XString CSocketInfoVerify::GetRootState() const noexcept {
-    return Copy(rootState_);
+    return texts_.Wide(kRootState);
 }
 XString CSocketInfoVerify::GetWifiValue() const noexcept {
-    return Copy(wifiValue_);
+    return texts_.Wide(kWifiValue);
 }
 XString CSocketInfoVerify::GetWifiState() const noexcept {
-    return Copy(wifiState_);
+    return texts_.Wide(kWifiState);
 }
 XString CSocketInfoVerify::GetDiskValue() const noexcept {
-    return Copy(diskValue_);
+    return texts_.Wide(kDiskValue);
 }
 XString CSocketInfoVerify::GetDiskState() const noexcept {
-    return Copy(diskState_);
+    return texts_.Wide(kDiskState);
 }
 XString CSocketInfoVerify::GetMeidValue() const noexcept {
-    return Copy(meidValue_);
+    return texts_.Wide(kMeidValue);
 }
 XString CSocketInfoVerify::GetMeidState() const noexcept {
-    return Copy(meidState_);
+    return texts_.Wide(kMeidState);
 }
 XString CSocketInfoVerify::GetBaseState() const noexcept {
-    return Copy(baseState_);
+    return texts_.Wide(kBaseState);
 }
 XString CSocketInfoVerify::GetHardwareState() const noexcept {
-    return Copy(hardwareState_);
+    return texts_.Wide(kHardwareState);
 }
 XString CSocketInfoVerify::GetScreenState() const noexcept {
-    return Copy(screenState_);
+    return texts_.Wide(kScreenState);
 }
 XString CSocketInfoVerify::GetFingerMarkState() const noexcept {
-    return Copy(fingerMarkState_);
+    return texts_.Wide(kFingerMarkState);
 }
 XString CSocketInfoVerify::GetOtherState() const noexcept {
-    return Copy(otherState_);
+    return texts_.Wide(kOtherState);
 }
 XString CSocketInfoVerify::GetMainboardValue() const noexcept {
-    return Copy(mainboardValue_);
+    return texts_.Wide(kMainboardValue);
 }
 XString CSocketInfoVerify::GetMainboardState() const noexcept {
-    return Copy(mainboardState_);
+    return texts_.Wide(kMainboardState);
 }
 XString CSocketInfoVerify::GetBasebandValue() const noexcept {
-    return Copy(basebandValue_);
+    return texts_.Wide(kBasebandValue);
 }
 XString CSocketInfoVerify::GetBasebandState() const noexcept {
-    return Copy(basebandState_);
+    return texts_.Wide(kBasebandState);
 }
 XString CSocketInfoVerify::GetSimValue() const noexcept {
-    return Copy(simValue_);
+    return texts_.Wide(kSimValue);
 }
 XString CSocketInfoVerify::GetSimState() const noexcept {
-    return Copy(simState_);
+    return texts_.Wide(kSimState);
 }
 XString CSocketInfoVerify::GetHarddiskValue() const noexcept {
-    return Copy(harddiskValue_);
+    return texts_.Wide(kHarddiskValue);
 }
 XString CSocketInfoVerify::GetHarddiskState() const noexcept {
-    return Copy(harddiskState_);
+    return texts_.Wide(kHarddiskState);
 }
 
 void CSocketInfoVerify::TraverseItem(
@@ -224,33 +220,51 @@ void CSocketInfoVerify::Clear() noexcept {
     items_.clear();
 }
 
+void CSocketInfoVerify::ReadTopic(Texts::Draft& draft, const XJson& data, const char* topic, Text value,
+                                  Text state) {
+    const XJson& object = data.Member(topic);
+    draft.Set(value, object.Member("value"));
+    draft.Set(state, object.Member("status"));
+}
+
 void CSocketInfoVerify::SetJson(XJson& data) noexcept {
     // Only the items go; the texts keep their values until read again below.
     Clear();
     try {
-        versionMessage_ = data.Member("singleItemsMsg").AsXString();
-        verifyMessage_ = data.Member("msg").AsXString();
-        totalResult_ = data.Member("totalResult").AsXString();
-        ReadTopic(data, "iccid", cardValue_, cardState_);
-        ReadTopic(data, "teardown", openValue_, openState_);
-        score_ = data.Member("score").AsXString();
-        ReadTopic(data, "root", rootValue_, rootState_);
-        ReadTopic(data, "wifi", wifiValue_, wifiState_);
-        ReadTopic(data, "replaceHD", diskValue_, diskState_);
-        ReadTopic(data, "meid", meidValue_, meidState_);
+        Texts::Draft draft;
+        draft.Set(kVersionMessage, data.Member("singleItemsMsg"));
+        draft.Set(kVerifyMessage, data.Member("msg"));
+        draft.Set(kTotalResult, data.Member("totalResult"));
+        ReadTopic(draft, data, "iccid", kCardValue, kCardState);
+        ReadTopic(draft, data, "teardown", kOpenValue, kOpenState);
+        draft.Set(kScore, data.Member("score"));
+        ReadTopic(draft, data, "root", kRootValue, kRootState);
+        ReadTopic(draft, data, "wifi", kWifiValue, kWifiState);
+        ReadTopic(draft, data, "replaceHD", kDiskValue, kDiskState);
+        ReadTopic(draft, data, "meid", kMeidValue, kMeidState);
+        ReadTopic(draft, data, "mainboard", kMainboardValue, kMainboardState);
+        ReadTopic(draft, data, "baseband", kBasebandValue, kBasebandState);
+        ReadTopic(draft, data, "sim", kSimValue, kSimState);
+        ReadTopic(draft, data, "hardDisk", kHarddiskValue, kHarddiskState);
 
         // A reply without class states leaves the previous ones standing.
+        const std::pair<Text, const char*> classes[] = {{kBaseState, "base"},
+                                                        {kHardwareState, "hardware"},
+                                                        {kScreenState, "screen"},
+                                                        {kFingerMarkState, "fingerprint"},
+                                                        {kOtherState, "other"}};
         const XJson& states = data.Member("items");
-        if (!states.IsEmpty()) {
-            baseState_ = states.Member("base").AsXString();
-            hardwareState_ = states.Member("hardware").AsXString();
-            screenState_ = states.Member("screen").AsXString();
-            fingerMarkState_ = states.Member("fingerprint").AsXString();
-            otherState_ = states.Member("other").AsXString();
+        for (const auto& [text, key] : classes) {
+            if (states.IsEmpty())
+                draft.Set(text, texts_.View(text));
+            else
+                draft.Set(text, states.Member(key));
         }
+        texts_.Assign(draft);
 
         const XJson& list = data.Member("resultList");
         const unsigned count = list.GetArraySize();
+        ReserveItems(count);
         for (unsigned i = 0; i < count && items_.size() < RecordList::kMaxItems; ++i) {
             const XJson& element = list.Element(i);
             // A line is an object; anything else would only make an item of empty texts.
@@ -269,14 +283,17 @@ void CSocketInfoVerify::SetJson(XJson& data) noexcept {
                 delete item;
             }
         }
-
-        ReadTopic(data, "mainboard", mainboardValue_, mainboardState_);
-        ReadTopic(data, "baseband", basebandValue_, basebandState_);
-        ReadTopic(data, "sim", simValue_, simState_);
-        ReadTopic(data, "hardDisk", harddiskValue_, harddiskState_);
     } catch (...) {
         Pelmor::NoteMemoryShortage();
-        // Out of memory: the report keeps what it read so far.
+        // Out of memory: the texts stay as they were, or the items come out short.
+    }
+}
+
+void CSocketInfoVerify::ReserveItems(unsigned count) noexcept {
+    try {
+        items_.reserve(std::min<std::size_t>(count, RecordList::kMaxItems));
+    } catch (...) {
+        // Without the room the items are still added, one growth at a time.
     }
 }
 

@@ -107,38 +107,50 @@ class CSocketInfoVerify : public ISocketInfoVerify {
     virtual void SetRequestMessage(XString message) noexcept;
 
   private:
+    // The texts read from the reply, in the getters' order.
+    enum Text : std::size_t {
+        kVersionMessage,
+        kVerifyMessage,
+        kTotalResult,
+        kCardValue,
+        kCardState,
+        kOpenValue,
+        kOpenState,
+        kScore,
+        kRootValue,
+        kRootState,
+        kWifiValue,
+        kWifiState,
+        kDiskValue,
+        kDiskState,
+        kMeidValue,
+        kMeidState,
+        kBaseState,
+        kHardwareState,
+        kScreenState,
+        kFingerMarkState,
+        kOtherState,
+        kMainboardValue,
+        kMainboardState,
+        kBasebandValue,
+        kBasebandState,
+        kSimValue,
+        kSimState,
+        kHarddiskValue,
+        kHarddiskState,
+        kTexts
+    };
+    using Texts = Utf8Texts<kTexts>;
+
+    static void ReadTopic(Texts::Draft& draft, const XJson& data, const char* topic, Text value, Text state);
+    // Room for the lines of a reply, so that they are not moved as the list grows; none when it cannot be
+    // had.
+    void ReserveItems(unsigned count) noexcept;
+
     // Never set: callers judge a report by its error and texts.
     bool success_ = false;
     int error_ = -1;
     XString requestMessage_;
-    XString versionMessage_;
-    XString verifyMessage_;
-    XString totalResult_;
-    XString cardValue_;
-    XString cardState_;
-    XString openValue_;
-    XString openState_;
-    XString score_;
-    XString rootValue_;
-    XString rootState_;
-    XString wifiValue_;
-    XString wifiState_;
-    XString diskValue_;
-    XString diskState_;
-    XString meidValue_;
-    XString meidState_;
+    Texts texts_;
     std::vector<CSocketInfoVerifyItem*> items_;
-    XString baseState_;
-    XString hardwareState_;
-    XString screenState_;
-    XString fingerMarkState_;
-    XString otherState_;
-    XString mainboardValue_;
-    XString mainboardState_;
-    XString basebandValue_;
-    XString basebandState_;
-    XString simValue_;
-    XString simState_;
-    XString harddiskValue_;
-    XString harddiskState_;
 };
