@@ -4,13 +4,12 @@
 #include <cstring>
 #include <cwctype>
 
+#include "Utf8Encoding.h"
+
 namespace {
 
-constexpr char32_t kReplacement = 0xFFFD;
-
-bool IsScalarValue(char32_t cp) {
-    return cp <= 0x10FFFF && (cp < 0xD800 || cp > 0xDFFF);
-}
+using Utf8::IsScalarValue;
+using Utf8::kReplacement;
 
 // Decodes one UTF-8 sequence at text[i]; advances i past it. Malformed input yields U+FFFD and consumes
 // the longest prefix that could have started a valid sequence, so one bad byte never eats good ones.
@@ -53,22 +52,8 @@ bool IsAscii(const unsigned char* text, size_t length) noexcept {
 }  // namespace
 
 void AppendUtf8(std::string& out, char32_t cp) {
-    if (!IsScalarValue(cp)) cp = kReplacement;
-    if (cp < 0x80) {
-        out.push_back(static_cast<char>(cp));
-    } else if (cp < 0x800) {
-        out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    } else if (cp < 0x10000) {
-        out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-        out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    } else {
-        out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-        out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    }
+    char bytes[4];
+    out.append(bytes, static_cast<size_t>(Utf8::Encode(bytes, cp) - bytes));
 }
 
 bool IsValidUtf8(const char* text, size_t length) noexcept {
@@ -131,10 +116,11 @@ XString XString::FromUtf8(const char* text) {
 }
 
 std::string XString::ToUtf8() const {
-    std::string out;
-    out.reserve(size());
-    for (wchar_t ch : *this)
-        AppendUtf8(out, static_cast<char32_t>(ch));
+    const size_t bytes = Utf8::Length(data(), size());
+    // ASCII, by far the usual case, narrows as it is copied; anything else is encoded into room sized once.
+    if (bytes == size()) return std::string(begin(), end());
+    std::string out(bytes, '\0');
+    Utf8::Encode(&out[0], data(), size(), bytes);
     return out;
 }
 

@@ -19,13 +19,6 @@ namespace {
 constexpr unsigned long long kBytesPerGiB = 1ull << 30;
 constexpr std::size_t kDescriptionMembers = 59;
 
-XString Decimal(long long value) {
-    return XString::FromUtf8(std::to_string(value));
-}
-XString Decimal(unsigned long long value) {
-    return XString::FromUtf8(std::to_string(value));
-}
-
 // Cut toward zero; a value no int can hold is clamped rather than left to undefined behaviour.
 int TruncateToInt(double value) {
     if (std::isnan(value)) return 0;
@@ -113,65 +106,64 @@ XJson PelmorSocketHelper::DeviceToJson(ISocketDevice* device) {
         // twice) are the service's and must not be tidied up.
         XJson json;
         json.Reserve(kDescriptionMembers);
-        json.Append("mobName", info->name);
-        json.Append("mod", info->mod);
-        json.Append("regn", info->region);
-        json.Append("rmd", info->rmd);
-        json.Append("meid", info->meid);
-        json.Append("srnm", info->serialNumber);
-        json.Append("imei", info->imei);
-        json.Append("imei2", info->imei2);
-        json.Append("udid", info->udid);
-        json.Append("batt", battery->batt);
-        json.Append("mlb", info->mlb);
-        json.Append("bmac", bluetooth->mac);
-        json.Append("emac", info->ethernetMac);
-        json.Append("esn", info->esn);
-        json.Append("iccid", info->iccid);
-        json.Append("telNo", info->phoneNumber);
-        json.Append("mobType", info->productType);
-        json.Append("sysVersion", XString(L"IOS ") + Decimal(static_cast<long long>(version->major)) + L"." +
-                                      Decimal(static_cast<long long>(version->minor)) + L"." +
-                                      Decimal(static_cast<long long>(version->patch)) + L"(" +
-                                      info->buildVersion + L")");
-        json.Append("timeZone", info->timeZone);
-        json.Append("mobColour", info->colour);
-        json.Append("mobEnclosureColour", info->enclosureColour);
-        json.Append("basebandCertId", Decimal(info->basebandCertId));
-        json.Append("basebandChipId", Decimal(info->basebandChipId));
-        json.Append("basebandVersion", info->basebandVersion);
-        json.Append("boardId", Decimal(info->boardId));
-        json.Append("hardwareModel", info->hardwareModel);
-        json.Append("hardwareVersion", info->hardwareVersion);
-        json.Append("firmwareVersion", info->firmwareVersion);
+        json.AddText("mobName", info->name);
+        json.AddText("mod", info->mod);
+        json.AddText("regn", info->region);
+        json.AddText("rmd", info->rmd);
+        json.AddText("meid", info->meid);
+        json.AddText("srnm", info->serialNumber);
+        json.AddText("imei", info->imei);
+        json.AddText("imei2", info->imei2);
+        json.AddText("udid", info->udid);
+        json.AddText("batt", battery->batt);
+        json.AddText("mlb", info->mlb);
+        json.AddText("bmac", bluetooth->mac);
+        json.AddText("emac", info->ethernetMac);
+        json.AddText("esn", info->esn);
+        json.AddText("iccid", info->iccid);
+        json.AddText("telNo", info->phoneNumber);
+        json.AddText("mobType", info->productType);
+        json.AddText("sysVersion", "IOS " + std::to_string(version->major) + "." +
+                                       std::to_string(version->minor) + "." + std::to_string(version->patch) +
+                                       "(" + info->buildVersion.ToUtf8() + ")");
+        json.AddText("timeZone", info->timeZone);
+        json.AddText("mobColour", info->colour);
+        json.AddText("mobEnclosureColour", info->enclosureColour);
+        json.AddText("basebandCertId", std::to_string(info->basebandCertId));
+        json.AddText("basebandChipId", std::to_string(info->basebandChipId));
+        json.AddText("basebandVersion", info->basebandVersion);
+        json.AddText("boardId", std::to_string(info->boardId));
+        json.AddText("hardwareModel", info->hardwareModel);
+        json.AddText("hardwareVersion", info->hardwareVersion);
+        json.AddText("firmwareVersion", info->firmwareVersion);
         json.Add("batteryHealth", TruncateToInt(battery->health));
         json.Add("batteryCycleNumber", battery->cycleCount);
-        json.Append("simStatus", info->simStatus);
-        json.Append("wmac", wifi->mac);
-        json.Append("wifiId", wifi->id);
-        json.Append("wifiProducer", wifi->producer);
-        json.Append("wifiType", Decimal(static_cast<long long>(wifi->type)));
-        json.Append("fcms", component->fcms);
-        json.Append("bcms", component->bcms);
-        json.Append("backCameraSerial", component->backCameraSerial);
-        json.Append("frontCameraSerial", component->frontCameraSerial);
-        json.Append("irs", component->irs);
-        json.Append("mobRealName", info->name);
-        json.Append("ram", Decimal(storage->memorySize / kBytesPerGiB) + L"GB");
-        json.Append("hardDiskType", Decimal(static_cast<long long>(storage->diskType)));
-        json.Append("hardDiskSerial", storage->diskSerial);
-        json.Append("hardDiskManufacture", storage->diskManufacturer);
+        json.AddText("simStatus", info->simStatus);
+        json.AddText("wmac", wifi->mac);
+        json.AddText("wifiId", wifi->id);
+        json.AddText("wifiProducer", wifi->producer);
+        json.AddText("wifiType", std::to_string(static_cast<long long>(wifi->type)));
+        json.AddText("fcms", component->fcms);
+        json.AddText("bcms", component->bcms);
+        json.AddText("backCameraSerial", component->backCameraSerial);
+        json.AddText("frontCameraSerial", component->frontCameraSerial);
+        json.AddText("irs", component->irs);
+        json.AddText("mobRealName", info->name);
+        json.AddText("ram", std::to_string(storage->memorySize / kBytesPerGiB) + "GB");
+        json.AddText("hardDiskType", std::to_string(static_cast<long long>(storage->diskType)));
+        json.AddText("hardDiskSerial", storage->diskSerial);
+        json.AddText("hardDiskManufacture", storage->diskManufacturer);
         json.Add("ramUsed", storage->memoryUsed);
         json.Add("fingerprint", fingerprint->state);
-        json.Append("nsrn", fingerprint->nsrn);
-        json.Append("nvsn", fingerprint->nvsn);
-        json.Append("lcd", display->lcd);
-        json.Append("lcm", display->lcm);
-        json.Append("cpuType", processor->type);
+        json.AddText("nsrn", fingerprint->nsrn);
+        json.AddText("nvsn", fingerprint->nvsn);
+        json.AddText("lcd", display->lcd);
+        json.AddText("lcm", display->lcm);
+        json.AddText("cpuType", processor->type);
         json.Add("cpuCore", processor->coreCount);
         json.Add("cpuHz", processor->clock);
-        json.Append("cpuHandler", XString(L"M") + Decimal(static_cast<long long>(processor->handler)));
-        json.Append("cpuFrame", processor->frame);
+        json.AddText("cpuHandler", "M" + std::to_string(processor->handler));
+        json.AddText("cpuFrame", processor->frame);
         json.Add("root", device->IsRoot() ? 1 : 0);
         json.Add("active", device->IsActive() ? 1 : 0);
         json.Add("fiveCode", device->IsFiveCode() ? 1 : 0);

@@ -225,6 +225,34 @@ TEST(XJsonText, InvalidUtf8NeverReachesTheWire) {
     EXPECT_EQ(wide.ToXString("name"), XString(L"设备\U0001F600"));
 }
 
+// Wide text is measured before it is written: a character past ASCII must be seen wherever it falls, and
+// one that is no Unicode scalar value goes as U+FFFD, into a member and through ToUtf8 alike.
+TEST(XJsonBuild, WideTextIsEncodedWhereverItsFirstNonAsciiCharacterFalls) {
+    const std::pair<wchar_t, const char*> cases[] = {
+        {L'\u00E9', "\xC3\xA9"},
+        {L'\U0001F600', "\xF0\x9F\x98\x80"},
+        {static_cast<wchar_t>(0xDC00), "\xEF\xBF\xBD"},
+        {static_cast<wchar_t>(0x110000), "\xEF\xBF\xBD"},
+        {static_cast<wchar_t>(-1), "\xEF\xBF\xBD"},
+    };
+    for (size_t at = 0; at < 19; ++at) {
+        for (const auto& [character, utf8] : cases) {
+            XString text(19, L'a');
+            text[at] = character;
+            const std::string expected = std::string(at, 'a') + utf8 + std::string(18 - at, 'a');
+            XJson document;
+            document.AddText("t", text);
+            EXPECT_EQ(document.ToJson(), "{\"t\":\"" + expected + "\"}") << at;
+            EXPECT_EQ(text.ToUtf8(), expected) << at;
+        }
+    }
+    XJson plain;
+    plain.AddText(std::string_view("key"), XString(L"ascii only"));
+    plain.AddText("empty", XString());
+    plain.AddText("narrow", std::string_view("ok\xFF"));
+    EXPECT_EQ(plain.ToJson(), "{\"key\":\"ascii only\",\"empty\":\"\",\"narrow\":\"ok\xEF\xBF\xBD\"}");
+}
+
 // Our renderer copies strings in runs; the bytes must stay exactly what the JSON library writes.
 TEST(XJsonRender, WritesWhatTheJsonLibraryWrites) {
     std::string everyCharacter = "\"";

@@ -48,6 +48,10 @@ class PELMOR_PLATFORM_API XJson {
     void Add(const std::string& key, XJson&& value) noexcept;
     void Append(const std::string& key, const XJson& value) noexcept;
     void Append(const std::string& key, const XString& value) noexcept;
+    // The same for a key given as a view, so that no std::string is made for a literal key; wide text goes
+    // straight into the value as UTF-8. For documents built member by member from fixed keys.
+    void AddText(std::string_view key, const XString& value) noexcept;
+    void AddText(std::string_view key, std::string_view value) noexcept;
     // Adds one element to an array (a value that is not yet an array becomes one).
     void Append(const XJson& element) noexcept;
     // Makes the value an object with room for this many members, so that one built member by member is
