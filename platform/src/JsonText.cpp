@@ -186,9 +186,16 @@ void WriteString(PieceWriter& out, json::string_view text) {
     out.Put('"');
 }
 
+// Keys are short and nearly always ASCII: their bytes are or-ed together here, and only a key with a byte
+// above ASCII goes to the full check.
 bool HasInvalidKey(const json::object& object) {
-    for (const json::key_value_pair& member : object)
-        if (!IsValidUtf8(member.key().data(), member.key().size())) return true;
+    for (const json::key_value_pair& member : object) {
+        const json::string_view key = member.key();
+        unsigned char high = 0;
+        for (const char c : key)
+            high |= static_cast<unsigned char>(c);
+        if (high >= 0x80 && !IsValidUtf8(key.data(), key.size())) return true;
+    }
     return false;
 }
 
