@@ -4,6 +4,10 @@
 #include <cstring>
 #include <cwctype>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
@@ -96,7 +100,13 @@ bool IsValidUtf8(const char* text, size_t length) noexcept {
     const auto* bytes = reinterpret_cast<const unsigned char*>(text);
     size_t i = 0;
     while (i < length) {
-        // Plain ASCII runs are by far the common case: skip them a word at a time.
+        // Plain ASCII runs are by far the common case (a device's whole file is one): skip them sixteen
+        // bytes at a time, then a word at a time.
+#ifdef __SSE2__
+        while (i + 16 <= length &&
+               _mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i))) == 0)
+            i += 16;
+#endif
         while (i + sizeof(std::uint64_t) <= length) {
             std::uint64_t word;
             std::memcpy(&word, bytes + i, sizeof word);
