@@ -67,10 +67,11 @@ XString CSocketInfoVerifyItem::GetNowTime() const noexcept {
 }
 
 void CSocketInfoVerifyItem::SetJson(EDeviceVerifyClassify classify, XJson& item) noexcept {
-    Fill(classify, item);
+    Fill(classify, item, TextKeeping::kCopy);
 }
 
-void CSocketInfoVerifyItem::Fill(EDeviceVerifyClassify classify, const XJson& item) noexcept {
+void CSocketInfoVerifyItem::Fill(EDeviceVerifyClassify classify, const XJson& item,
+                                 TextKeeping keeping) noexcept {
     classify_ = classify;
     // What the line leaves out reads as empty; the line is then read in one pass over its members, since a
     // search per field costs a scan of the line each (a report has some thirty lines of a dozen members).
@@ -105,7 +106,7 @@ void CSocketInfoVerifyItem::Fill(EDeviceVerifyClassify classify, const XJson& it
             else if (key == "key")
                 key_ = KeyOf(value.TextView());
         });
-        texts_.Assign(draft);
+        texts_.Take(draft, keeping);
     } catch (...) {
         Pelmor::NoteMemoryShortage();
         // Out of memory: the line keeps its flags and no texts.
@@ -228,6 +229,14 @@ void CSocketInfoVerify::ReadTopic(Texts::Draft& draft, const XJson& data, const 
 }
 
 void CSocketInfoVerify::SetJson(XJson& data) noexcept {
+    Read(data, TextKeeping::kCopy);
+}
+
+void CSocketInfoVerify::ViewJson(const XJson& data) noexcept {
+    Read(data, TextKeeping::kView);
+}
+
+void CSocketInfoVerify::Read(const XJson& data, TextKeeping keeping) noexcept {
     // Only the items go; the texts keep their values until read again below.
     Clear();
     try {
@@ -260,7 +269,7 @@ void CSocketInfoVerify::SetJson(XJson& data) noexcept {
             else
                 draft.Set(text, states.Member(key));
         }
-        texts_.Assign(draft);
+        texts_.Take(draft, keeping);
 
         const XJson& list = data.Member("resultList");
         const unsigned count = list.GetArraySize();
@@ -275,7 +284,7 @@ void CSocketInfoVerify::SetJson(XJson& data) noexcept {
                 Pelmor::NoteMemoryShortage();
                 continue;
             }
-            item->Fill(classify, element);
+            item->Fill(classify, element, keeping);
             try {
                 items_.push_back(item);
             } catch (...) {

@@ -33,8 +33,9 @@ class CSocketInfoVerifyItem : public ISocketInfoVerifyItem {
     ~CSocketInfoVerifyItem() override = default;
 
     virtual void SetJson(EDeviceVerifyClassify classify, XJson& item) noexcept;
-    // What SetJson does, for a line read where it lives inside the report's data.
-    void Fill(EDeviceVerifyClassify classify, const XJson& item) noexcept;
+    // What SetJson does, for a line read where it lives inside the report's data; with kView its texts
+    // are viewed there, and that data must outlive the line.
+    void Fill(EDeviceVerifyClassify classify, const XJson& item, TextKeeping keeping) noexcept;
 
   private:
     enum Text : std::size_t {
@@ -103,6 +104,9 @@ class CSocketInfoVerify : public ISocketInfoVerify {
     virtual void Clear() noexcept;
     // Replaces the items and every text it reads; the five class states survive an empty "items".
     virtual void SetJson(XJson& data) noexcept;
+    // What SetJson does without copying a text: the report views its texts in data, which must outlive
+    // it (a report handed to a callback and destroyed while the reply still holds its data).
+    void ViewJson(const XJson& data) noexcept;
     virtual void SetError(int error) noexcept;
     virtual void SetRequestMessage(XString message) noexcept;
 
@@ -143,6 +147,7 @@ class CSocketInfoVerify : public ISocketInfoVerify {
     using Texts = Utf8Texts<kTexts>;
 
     static void ReadTopic(Texts::Draft& draft, const XJson& data, const char* topic, Text value, Text state);
+    void Read(const XJson& data, TextKeeping keeping) noexcept;
     // Room for the lines of a reply, so that they are not moved as the list grows; none when it cannot be
     // had.
     void ReserveItems(unsigned count) noexcept;

@@ -9,15 +9,25 @@
 #include <string>
 #include <string_view>
 
-// A record's texts kept as the UTF-8 they arrive in, all in one block, and made wide only when a getter
-// asks: a record costs one allocation instead of one per text, and a host that reads a field pays one
-// conversion instead of one when the record is filled and a copy when it is read. The conversion mends
-// invalid UTF-8 to U+FFFD, so a getter gives what converting at filling time gave.
+// A record's texts kept as the UTF-8 they arrive in and made wide only when a getter asks: a host that
+// reads a field pays one conversion instead of one when the record is filled and a copy when it is read.
+// The conversion mends invalid UTF-8 to U+FFFD, so a getter gives what converting at filling time gave.
+//
+// The texts are either copied into one block that the record owns (one allocation instead of one per
+// text), or, for a record that is destroyed before the data it was filled from, viewed where they live.
+// Not to be moved or copied: the views may point into the record's own block.
+// Whether a record copies its texts or views them in the data it is filled from.
+enum class TextKeeping { kCopy, kView };
+
 template <std::size_t Count>
 class Utf8Texts {
   public:
-    // The texts of one filling, gathered before they are copied into the block: views of the source's
-    // texts where they live, and the spelling of members that are not texts (numbers, bools).
+    Utf8Texts() = default;
+    Utf8Texts(const Utf8Texts&) = delete;
+    Utf8Texts& operator=(const Utf8Texts&) = delete;
+
+    // The texts of one filling, gathered before they are taken over: views of the source's texts where
+    // they live, and the spelling of members that are not texts (numbers, bools).
     class Draft {
       public:
         Draft() = default;
@@ -32,6 +42,7 @@ class Utf8Texts {
             } else {
                 spelled_[index] = value.AsString();
                 views_[index] = spelled_[index];
+                anySpelled_ = anySpelled_ || !spelled_[index].empty();
             }
         }
 
@@ -39,22 +50,20 @@ class Utf8Texts {
         friend class Utf8Texts;
         std::array<std::string_view, Count> views_{};
         std::array<std::string, Count> spelled_;
+        bool anySpelled_ = false;
     };
 
     // Text index as wide text; empty when memory runs out.
     XString Wide(std::size_t index) const noexcept {
         try {
-            const std::string_view text = View(index);
-            return XString::FromUtf8(text.data(), text.size());
+            return XString::FromUtf8(texts_[index].data(), texts_[index].size());
         } catch (...) {
             Pelmor::NoteMemoryShortage();
             return XString();
         }
     }
 
-    std::string_view View(std::size_t index) const noexcept {
-        return std::string_view(block_.data() + starts_[index], starts_[index + 1] - starts_[index]);
-    }
+    std::string_view View(std::size_t index) const noexcept { return texts_[index]; }
 
     // Replaces every text with the draft's, copied into one new block (the draft may view the texts it
     // replaces). Throws std::bad_alloc when the block cannot be had; the texts then stay as they were.
@@ -64,23 +73,37 @@ class Utf8Texts {
             total += text.size();
         std::string block;
         block.reserve(total);
-        std::array<std::size_t, Count + 1> starts;
-        for (std::size_t i = 0; i < Count; ++i) {
-            starts[i] = block.size();
-            block.append(draft.views_[i]);
-        }
-        starts[Count] = block.size();
+        for (const std::string_view text : draft.views_)
+            block.append(text);
         block_.swap(block);
-        starts_ = starts;
+        // Only now, in the block where it stays, can each text be viewed.
+        std::size_t start = 0;
+        for (std::size_t i = 0; i < Count; ++i) {
+            texts_[i] = std::string_view(block_.data() + start, draft.views_[i].size());
+            start += draft.views_[i].size();
+        }
+    }
+
+    // Replaces every text with the draft's, viewed where it lives: the source the draft viewed must
+    // outlive these texts. Texts spelled from numbers live only in the draft, so then all are copied.
+    void Borrow(const Draft& draft) {
+        if (draft.anySpelled_) return Assign(draft);
+        texts_ = draft.views_;
+    }
+
+    void Take(const Draft& draft, TextKeeping keeping) {
+        if (keeping == TextKeeping::kView)
+            Borrow(draft);
+        else
+            Assign(draft);
     }
 
     void Clear() noexcept {
+        texts_.fill(std::string_view());
         std::string().swap(block_);
-        starts_.fill(0);
     }
 
   private:
     std::string block_;
-    // Text i is block_[starts_[i], starts_[i + 1]).
-    std::array<std::size_t, Count + 1> starts_{};
+    std::array<std::string_view, Count> texts_{};
 };

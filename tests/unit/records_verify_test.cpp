@@ -160,6 +160,45 @@ TEST(RecordsVerifyReport, FullReplyReadsBackThroughTheInterface) {
     EXPECT_FALSE(items[0]->GetShow());  // "n"
 }
 
+// Every text a report gives, in getter order, its lines' texts included.
+std::vector<XString> AllTexts(const ISocketInfoVerify& report) {
+    std::vector<XString> texts = {
+        report.GetVersionMessage(), report.GetVerifyMessage(),   report.GetTotalResult(),
+        report.GetCardValue(),      report.GetCardState(),       report.GetOpenValue(),
+        report.GetOpenState(),      report.GetScore(),           report.GetRootValue(),
+        report.GetRootState(),      report.GetWifiValue(),       report.GetWifiState(),
+        report.GetDiskValue(),      report.GetDiskState(),       report.GetMeidValue(),
+        report.GetMeidState(),      report.GetBaseState(),       report.GetHardwareState(),
+        report.GetScreenState(),    report.GetFingerMarkState(), report.GetOtherState(),
+        report.GetMainboardValue(), report.GetMainboardState(),  report.GetBasebandValue(),
+        report.GetBasebandState(),  report.GetSimValue(),        report.GetSimState(),
+        report.GetHarddiskValue(),  report.GetHarddiskState()};
+    for (const ISocketInfoVerifyItem* item : Items(report)) {
+        for (XString text : {item->GetName(), item->GetResult(), item->GetOriginal(), item->GetNow(),
+                             item->GetMessage(), item->GetURL(), item->GetOriginalTime(), item->GetNowTime()})
+            texts.push_back(text);
+    }
+    return texts;
+}
+
+// The hand-over views the reply's texts instead of copying them: what the getters give must not differ,
+// for plain replies, for texts that need mending and for numbers that have to be spelled.
+TEST(RecordsVerifyReport, ViewedTextsReadBackAsCopiedOnes) {
+    const std::string tricky =
+        "{\"msg\":\"a\xC3(b\",\"score\":86,\"iccid\":{\"value\":\"\xF0\x9F\x98\x80\"},"
+        "\"items\":{\"base\":\"ok\"},\"resultList\":[{\"name\":\"n\xFF\",\"key\":\"imei\","
+        "\"show\":\"y\"},{\"name\":12,\"msg\":\"m\"},{\"url\":\"u\"}]}";
+    for (XJson data : {ReplyData("verify_report.json"), XJson(tricky)}) {
+        CSocketInfoVerify copied;
+        copied.SetJson(data);
+        CSocketInfoVerify viewed;
+        viewed.ViewJson(data);
+        const std::vector<XString> expected = AllTexts(copied);
+        EXPECT_GT(expected.size(), 29u);
+        EXPECT_EQ(AllTexts(viewed), expected);
+    }
+}
+
 TEST(RecordsVerifyReport, RefillReplacesItemsAndTextsButKeepsClassStatesOnEmptyItems) {
     CSocketInfoVerify report;
     XJson first = ReplyData("verify_report.json");
