@@ -17,7 +17,6 @@
 namespace {
 
 constexpr unsigned long long kBytesPerGiB = 1ull << 30;
-constexpr std::size_t kDescriptionMembers = 59;
 
 // Cut toward zero; a value no int can hold is clamped rather than left to undefined behaviour.
 int TruncateToInt(double value) {
@@ -105,68 +104,69 @@ XJson PelmorSocketHelper::DeviceToJson(ISocketDevice* device) {
         // The member order and the keys' spellings ("IOS", "mobColour", "hardDiskManufacture", the name
         // twice) are the service's and must not be tidied up.
         XJson json;
-        json.Reserve(kDescriptionMembers);
-        json.AddText("mobName", info->name);
-        json.AddText("mod", info->mod);
-        json.AddText("regn", info->region);
-        json.AddText("rmd", info->rmd);
-        json.AddText("meid", info->meid);
-        json.AddText("srnm", info->serialNumber);
-        json.AddText("imei", info->imei);
-        json.AddText("imei2", info->imei2);
-        json.AddText("udid", info->udid);
-        json.AddText("batt", battery->batt);
-        json.AddText("mlb", info->mlb);
-        json.AddText("bmac", bluetooth->mac);
-        json.AddText("emac", info->ethernetMac);
-        json.AddText("esn", info->esn);
-        json.AddText("iccid", info->iccid);
-        json.AddText("telNo", info->phoneNumber);
-        json.AddText("mobType", info->productType);
-        json.AddText("sysVersion", "IOS " + std::to_string(version->major) + "." +
-                                       std::to_string(version->minor) + "." + std::to_string(version->patch) +
-                                       "(" + info->buildVersion.ToUtf8() + ")");
-        json.AddText("timeZone", info->timeZone);
-        json.AddText("mobColour", info->colour);
-        json.AddText("mobEnclosureColour", info->enclosureColour);
-        json.AddText("basebandCertId", std::to_string(info->basebandCertId));
-        json.AddText("basebandChipId", std::to_string(info->basebandChipId));
-        json.AddText("basebandVersion", info->basebandVersion);
-        json.AddText("boardId", std::to_string(info->boardId));
-        json.AddText("hardwareModel", info->hardwareModel);
-        json.AddText("hardwareVersion", info->hardwareVersion);
-        json.AddText("firmwareVersion", info->firmwareVersion);
-        json.Add("batteryHealth", TruncateToInt(battery->health));
-        json.Add("batteryCycleNumber", battery->cycleCount);
-        json.AddText("simStatus", info->simStatus);
-        json.AddText("wmac", wifi->mac);
-        json.AddText("wifiId", wifi->id);
-        json.AddText("wifiProducer", wifi->producer);
-        json.AddText("wifiType", std::to_string(static_cast<long long>(wifi->type)));
-        json.AddText("fcms", component->fcms);
-        json.AddText("bcms", component->bcms);
-        json.AddText("backCameraSerial", component->backCameraSerial);
-        json.AddText("frontCameraSerial", component->frontCameraSerial);
-        json.AddText("irs", component->irs);
-        json.AddText("mobRealName", info->name);
-        json.AddText("ram", std::to_string(storage->memorySize / kBytesPerGiB) + "GB");
-        json.AddText("hardDiskType", std::to_string(static_cast<long long>(storage->diskType)));
-        json.AddText("hardDiskSerial", storage->diskSerial);
-        json.AddText("hardDiskManufacture", storage->diskManufacturer);
-        json.Add("ramUsed", storage->memoryUsed);
-        json.Add("fingerprint", fingerprint->state);
-        json.AddText("nsrn", fingerprint->nsrn);
-        json.AddText("nvsn", fingerprint->nvsn);
-        json.AddText("lcd", display->lcd);
-        json.AddText("lcm", display->lcm);
-        json.AddText("cpuType", processor->type);
-        json.Add("cpuCore", processor->coreCount);
-        json.Add("cpuHz", processor->clock);
-        json.AddText("cpuHandler", "M" + std::to_string(processor->handler));
-        json.AddText("cpuFrame", processor->frame);
-        json.Add("root", device->IsRoot() ? 1 : 0);
-        json.Add("active", device->IsActive() ? 1 : 0);
-        json.Add("fiveCode", device->IsFiveCode() ? 1 : 0);
+        json.AddMembers({
+            {"mobName", info->name},
+            {"mod", info->mod},
+            {"regn", info->region},
+            {"rmd", info->rmd},
+            {"meid", info->meid},
+            {"srnm", info->serialNumber},
+            {"imei", info->imei},
+            {"imei2", info->imei2},
+            {"udid", info->udid},
+            {"batt", battery->batt},
+            {"mlb", info->mlb},
+            {"bmac", bluetooth->mac},
+            {"emac", info->ethernetMac},
+            {"esn", info->esn},
+            {"iccid", info->iccid},
+            {"telNo", info->phoneNumber},
+            {"mobType", info->productType},
+            {"sysVersion", "IOS " + std::to_string(version->major) + "." + std::to_string(version->minor) +
+                               "." + std::to_string(version->patch) + "(" + info->buildVersion.ToUtf8() +
+                               ")"},
+            {"timeZone", info->timeZone},
+            {"mobColour", info->colour},
+            {"mobEnclosureColour", info->enclosureColour},
+            {"basebandCertId", std::to_string(info->basebandCertId)},
+            {"basebandChipId", std::to_string(info->basebandChipId)},
+            {"basebandVersion", info->basebandVersion},
+            {"boardId", std::to_string(info->boardId)},
+            {"hardwareModel", info->hardwareModel},
+            {"hardwareVersion", info->hardwareVersion},
+            {"firmwareVersion", info->firmwareVersion},
+            {"batteryHealth", TruncateToInt(battery->health)},
+            {"batteryCycleNumber", battery->cycleCount},
+            {"simStatus", info->simStatus},
+            {"wmac", wifi->mac},
+            {"wifiId", wifi->id},
+            {"wifiProducer", wifi->producer},
+            {"wifiType", std::to_string(static_cast<long long>(wifi->type))},
+            {"fcms", component->fcms},
+            {"bcms", component->bcms},
+            {"backCameraSerial", component->backCameraSerial},
+            {"frontCameraSerial", component->frontCameraSerial},
+            {"irs", component->irs},
+            {"mobRealName", info->name},
+            {"ram", std::to_string(storage->memorySize / kBytesPerGiB) + "GB"},
+            {"hardDiskType", std::to_string(static_cast<long long>(storage->diskType))},
+            {"hardDiskSerial", storage->diskSerial},
+            {"hardDiskManufacture", storage->diskManufacturer},
+            {"ramUsed", storage->memoryUsed},
+            {"fingerprint", fingerprint->state},
+            {"nsrn", fingerprint->nsrn},
+            {"nvsn", fingerprint->nvsn},
+            {"lcd", display->lcd},
+            {"lcm", display->lcm},
+            {"cpuType", processor->type},
+            {"cpuCore", processor->coreCount},
+            {"cpuHz", processor->clock},
+            {"cpuHandler", "M" + std::to_string(processor->handler)},
+            {"cpuFrame", processor->frame},
+            {"root", device->IsRoot() ? 1 : 0},
+            {"active", device->IsActive() ? 1 : 0},
+            {"fiveCode", device->IsFiveCode() ? 1 : 0},
+        });
         return json;
     } catch (...) {
         Pelmor::NoteMemoryShortage();

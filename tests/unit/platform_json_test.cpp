@@ -253,6 +253,36 @@ TEST(XJsonBuild, WideTextIsEncodedWhereverItsFirstNonAsciiCharacterFalls) {
     EXPECT_EQ(plain.ToJson(), "{\"key\":\"ascii only\",\"empty\":\"\",\"narrow\":\"ok\xEF\xBF\xBD\"}");
 }
 
+// Members added in one go give the document that adding them one by one gives: same order, a repeated key
+// in its first place with its last value, invalid UTF-8 mended, long and non-ASCII wide texts whole.
+TEST(XJsonBuild, MembersAddedInOneGoMatchMembersAddedOneByOne) {
+    const XString longText(300, L'\u8BBE');
+    const XString shortText(L"caf\u00E9");
+    for (const char* start : {"", "{\"old\":1,\"b\":\"x\"}", "[1,2]"}) {
+        SCOPED_TRACE(start);
+        XJson oneByOne{std::string(start)};
+        oneByOne.AddText("a", shortText);
+        oneByOne.AddText("b", std::string_view("ok\xFF"));
+        oneByOne.Add("n", -42LL);
+        oneByOne.AddText("k\xC3", longText);
+        oneByOne.AddText("a", std::string_view("again"));
+        oneByOne.AddText("e", XString());
+
+        XJson inOneGo{std::string(start)};
+        inOneGo.AddMembers({{"a", shortText},
+                            {"b", std::string_view("ok\xFF")},
+                            {"n", -42LL},
+                            {"k\xC3", longText},
+                            {"a", std::string_view("again")},
+                            {"e", XString()}});
+        EXPECT_EQ(inOneGo.ToJson(), oneByOne.ToJson());
+        EXPECT_EQ(inOneGo.ToXString("k\xEF\xBF\xBD"), longText);
+    }
+    XJson ordered;
+    ordered.AddMembers({{"z", 1}, {"y", std::string_view("2")}, {"x", XString(L"3")}});
+    EXPECT_EQ(ordered.ToJson(), "{\"z\":1,\"y\":\"2\",\"x\":\"3\"}");
+}
+
 // Our renderer copies strings in runs; the bytes must stay exactly what the JSON library writes.
 TEST(XJsonRender, WritesWhatTheJsonLibraryWrites) {
     std::string everyCharacter = "\"";
