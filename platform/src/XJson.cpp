@@ -285,13 +285,13 @@ json::object* MakeObject(json::value& value) noexcept {
     return &value.get_object();
 }
 
-void Put(json::value& target, std::string_view key, json::value&& value) noexcept {
+void Put(json::value& target, const std::string& key, json::value&& value) noexcept {
     try {
         json::object* object = MakeObject(target);
         if (IsValidUtf8(key.data(), key.size()))
-            object->insert_or_assign(json::string_view(key.data(), key.size()), std::move(value));
+            object->insert_or_assign(View(key), std::move(value));
         else
-            object->insert_or_assign(View(SanitizeUtf8(std::string(key))), std::move(value));
+            object->insert_or_assign(View(SanitizeUtf8(key)), std::move(value));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
     }
@@ -386,8 +386,15 @@ void XJson::Add(const std::string& key, const std::string& value) noexcept {
 }
 
 void XJson::Add(const std::string& key, std::string_view value) noexcept {
-    // Valid text, by far the usual case, is copied once, straight into the value.
-    AddText(key, value);
+    try {
+        // Valid text, by far the usual case, is copied once, straight into the value.
+        if (IsValidUtf8(value.data(), value.size()))
+            Put(JsonValue(*this), key, json::value(json::string_view(value.data(), value.size())));
+        else
+            Put(JsonValue(*this), key, json::value(View(SanitizeUtf8(std::string(value)))));
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
 }
 
 void XJson::Add(const std::string& key, const char* value) noexcept {
@@ -446,23 +453,8 @@ json::value WideText(const XString& text) {
 }
 
 void XJson::Append(const std::string& key, const XString& value) noexcept {
-    AddText(key, value);
-}
-
-void XJson::AddText(std::string_view key, const XString& value) noexcept {
     try {
         Put(JsonValue(*this), key, WideText(value));
-    } catch (...) {
-        Pelmor::NoteMemoryShortage();
-    }
-}
-
-void XJson::AddText(std::string_view key, std::string_view value) noexcept {
-    try {
-        if (IsValidUtf8(value.data(), value.size()))
-            Put(JsonValue(*this), key, json::value(json::string_view(value.data(), value.size())));
-        else
-            Put(JsonValue(*this), key, json::value(View(SanitizeUtf8(std::string(value)))));
     } catch (...) {
         Pelmor::NoteMemoryShortage();
     }

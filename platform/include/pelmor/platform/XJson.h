@@ -70,10 +70,6 @@ class PELMOR_PLATFORM_API XJson {
     void Add(const std::string& key, XJson&& value) noexcept;
     void Append(const std::string& key, const XJson& value) noexcept;
     void Append(const std::string& key, const XString& value) noexcept;
-    // The same for a key given as a view, so that no std::string is made for a literal key; wide text goes
-    // straight into the value as UTF-8. For documents built member by member from fixed keys.
-    void AddText(std::string_view key, const XString& value) noexcept;
-    void AddText(std::string_view key, std::string_view value) noexcept;
     // Adds the members in their order, as the same Add calls one by one would, but built in one go: a
     // document of many members whose keys differ (a device description) skips a search and an insertion per
     // member. When memory runs out nothing is added.
