@@ -1,7 +1,6 @@
 #include "records/CSocketInfoVerify.h"
 #include <pelmor/platform/MemoryShortage.h>
 
-#include <algorithm>
 #include <iterator>
 #include <new>
 #include <string>
@@ -28,6 +27,10 @@ EDeviceVerifyKey KeyOf(std::string_view text) {
     for (size_t i = 0; i < std::size(kKeyTexts); ++i)
         if (text == kKeyTexts[i]) return static_cast<EDeviceVerifyKey>(i + 1);
     return DEVICE_VERIFY_KEY_UNKNOWN;
+}
+
+bool IsLine(const XJson& element) {
+    return element.IsObject() && !element.IsEmpty();
 }
 
 // Anything that is not one of the four named classes, an unknown or missing tag included, is "other".
@@ -216,9 +219,8 @@ void CSocketInfoVerify::TraverseItem(
 }
 
 void CSocketInfoVerify::Clear() noexcept {
-    for (CSocketInfoVerifyItem* item : items_)
-        delete item;
     items_.clear();
+    lines_.reset();
 }
 
 void CSocketInfoVerify::ReadTopic(Texts::Draft& draft, const XJson& data, const char* topic, Text value,
@@ -271,38 +273,34 @@ void CSocketInfoVerify::Read(const XJson& data, TextKeeping keeping) noexcept {
         }
         texts_.Take(draft, keeping);
 
-        const XJson& list = data.Member("resultList");
-        const unsigned count = list.GetArraySize();
-        ReserveItems(count);
-        for (unsigned i = 0; i < count && items_.size() < RecordList::kMaxItems; ++i) {
-            const XJson& element = list.Element(i);
-            // A line is an object; anything else would only make an item of empty texts.
-            if (!element.IsObject() || element.IsEmpty()) continue;
-            const EDeviceVerifyClassify classify = ClassifyOf(element.Member("tag").TextView());
-            CSocketInfoVerifyItem* item = new (std::nothrow) CSocketInfoVerifyItem();
-            if (!item) {
-                Pelmor::NoteMemoryShortage();
-                continue;
-            }
-            item->Fill(classify, element, keeping);
-            try {
-                items_.push_back(item);
-            } catch (...) {
-                Pelmor::NoteMemoryShortage();
-                delete item;
-            }
-        }
+        ReadLines(data.Member("resultList"), keeping);
     } catch (...) {
         Pelmor::NoteMemoryShortage();
-        // Out of memory: the texts stay as they were, or the items come out short.
+        // Out of memory: the texts stay as they were, or the report has no items.
     }
 }
 
-void CSocketInfoVerify::ReserveItems(unsigned count) noexcept {
-    try {
-        items_.reserve(std::min<std::size_t>(count, RecordList::kMaxItems));
-    } catch (...) {
-        // Without the room the items are still added, one growth at a time.
+void CSocketInfoVerify::ReadLines(const XJson& list, TextKeeping keeping) {
+    // A line is an object; anything else would only make an item of empty texts. The lines are counted
+    // first and made in one block, instead of one allocation each.
+    const unsigned count = list.GetArraySize();
+    std::size_t lines = 0;
+    for (unsigned i = 0; i < count && lines < RecordList::kMaxItems; ++i)
+        if (IsLine(list.Element(i))) ++lines;
+    if (lines == 0) return;
+    lines_.reset(new (std::nothrow) CSocketInfoVerifyItem[lines]);
+    if (!lines_) {
+        Pelmor::NoteMemoryShortage();
+        return;
+    }
+    items_.reserve(lines);
+    std::size_t next = 0;
+    for (unsigned i = 0; i < count && next < lines; ++i) {
+        const XJson& element = list.Element(i);
+        if (!IsLine(element)) continue;
+        CSocketInfoVerifyItem& line = lines_[next++];
+        line.Fill(ClassifyOf(element.Member("tag").TextView()), element, keeping);
+        items_.push_back(&line);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <pelmor/records/VerifyReport.h>
 
 #include <cstddef>
+#include <memory>
 
 #include <string_view>
 #include <vector>
@@ -148,14 +149,15 @@ class CSocketInfoVerify : public ISocketInfoVerify {
 
     static void ReadTopic(Texts::Draft& draft, const XJson& data, const char* topic, Text value, Text state);
     void Read(const XJson& data, TextKeeping keeping) noexcept;
-    // Room for the lines of a reply, so that they are not moved as the list grows; none when it cannot be
-    // had.
-    void ReserveItems(unsigned count) noexcept;
+    // Makes the items from the reply's "resultList"; throws std::bad_alloc.
+    void ReadLines(const XJson& list, TextKeeping keeping);
 
     // Never set: callers judge a report by its error and texts.
     bool success_ = false;
     int error_ = -1;
     XString requestMessage_;
     Texts texts_;
+    // The items in the reply's order; they live in lines_.
     std::vector<CSocketInfoVerifyItem*> items_;
+    std::unique_ptr<CSocketInfoVerifyItem[]> lines_;
 };
