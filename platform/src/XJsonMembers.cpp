@@ -17,10 +17,20 @@ constexpr std::size_t kBuildRoom = 4096;
 // Wide texts up to this many bytes of UTF-8 are encoded on the stack.
 constexpr std::size_t kTextRoom = 256;
 
+// Short ASCII, every key of a device description, told without a call of the general check.
+bool IsShortAscii(std::string_view text) {
+    if (text.size() > 32) return false;
+    unsigned bits = 0;
+    for (const char c : text)
+        bits |= static_cast<unsigned char>(c);
+    return bits < 0x80;
+}
+
 // UTF-8 that may be invalid, handed on mended: valid text, by far the usual case, as it is.
 template <typename Push>
 void PushUtf8(std::string_view text, const Push& push) {
-    if (IsValidUtf8(text.data(), text.size())) return push(json::string_view(text.data(), text.size()));
+    if (IsShortAscii(text) || IsValidUtf8(text.data(), text.size()))
+        return push(json::string_view(text.data(), text.size()));
     const std::string mended = SanitizeUtf8(std::string(text));
     push(json::string_view(mended.data(), mended.size()));
 }
