@@ -63,6 +63,30 @@ TEST(RecordsFirmwareList, FullReplyReadsBackThroughTheInterface) {
     EXPECT_THROW(list.GetItem(~0u), std::out_of_range);
 }
 
+// What a firmware item's getters give for texts that are not plain: invalid UTF-8 mended, numbers and bools
+// spelled, null and objects empty; "beta" is exactly one y of either case. The array is gone when read.
+TEST(RecordsFirmwareList, TextsReadBackMendedAndSpelledAfterTheSourceIsGone) {
+    CSocketInfoIpsw list;
+    list.SetJson(Parse(
+        "[{\"version\":17.2,\"fileName\":\"a\xC3(b\xF0\x9F\x98\x80\",\"size\":null,"
+        "\"url\":{\"u\":1},\"beta\":\"Y\",\"buildId\":true,\"md5sum\":\"\xED\xA0\x80\"},"
+        "{\"beta\":\" y\",\"version\":\"\"},{\"beta\":true},{\"beta\":\"\xC3\xBF\"},{\"beta\":\"y\"}]"));
+    ASSERT_EQ(list.GetCount(), 5u);
+    const ISocketInfoIpswItem* item = list.GetItem(0);
+    EXPECT_EQ(item->GetVersion(), L"17.2");
+    EXPECT_EQ(item->GetName(), L"a\uFFFD(b\U0001F600");
+    EXPECT_EQ(item->GetSize(), L"");
+    EXPECT_EQ(item->GetUrl(), L"");
+    EXPECT_TRUE(item->GetBeta());
+    EXPECT_EQ(item->GetBuildId(), L"true");
+    EXPECT_EQ(item->GetMD5(), L"\uFFFD");
+    EXPECT_FALSE(list.GetItem(1)->GetBeta());
+    EXPECT_EQ(list.GetItem(1)->GetVersion(), L"");
+    EXPECT_FALSE(list.GetItem(2)->GetBeta());
+    EXPECT_FALSE(list.GetItem(3)->GetBeta());
+    EXPECT_TRUE(list.GetItem(4)->GetBeta());
+}
+
 TEST(RecordsFirmwareList, RefillingReplacesAndEmptyArraysGiveNothing) {
     CSocketInfoIpsw list;
     list.SetJson(ReplyData("firmware_list.json"));
