@@ -1,44 +1,46 @@
 #include "records/CSocketInfoIpsw.h"
 #include <pelmor/platform/MemoryShortage.h>
 
+#include <string_view>
+
 #include "records/RecordList.h"
 
-#include "records/RecordText.h"
-
-using RecordText::Copy;
-
 XString CSocketInfoIpswItem::GetVersion() const noexcept {
-    return Copy(version_);
+    return texts_.Wide(kVersion);
 }
 XString CSocketInfoIpswItem::GetName() const noexcept {
-    return Copy(name_);
+    return texts_.Wide(kName);
 }
 XString CSocketInfoIpswItem::GetSize() const noexcept {
-    return Copy(size_);
+    return texts_.Wide(kSize);
 }
 XString CSocketInfoIpswItem::GetUrl() const noexcept {
-    return Copy(url_);
+    return texts_.Wide(kUrl);
 }
 XString CSocketInfoIpswItem::GetBuildId() const noexcept {
-    return Copy(buildId_);
+    return texts_.Wide(kBuildId);
 }
 XString CSocketInfoIpswItem::GetMD5() const noexcept {
-    return Copy(md5_);
+    return texts_.Wide(kMD5);
 }
 
 void CSocketInfoIpswItem::SetJson(XJson& item) noexcept {
     try {
-        version_ = item.ToXString("version");
-        name_ = item.ToXString("fileName");
-        size_ = item.ToXString("size");
-        url_ = item.ToXString("url");
-        beta_ = item.ToXString("beta").compare(L"y", CaseInsensitive) == 0;
-        buildId_ = item.ToXString("buildId");
-        md5_ = item.ToXString("md5sum");
+        Utf8Texts<kTexts>::Draft draft;
+        draft.Set(kVersion, item.Member("version"));
+        draft.Set(kName, item.Member("fileName"));
+        draft.Set(kSize, item.Member("size"));
+        draft.Set(kUrl, item.Member("url"));
+        draft.Set(kBuildId, item.Member("buildId"));
+        draft.Set(kMD5, item.Member("md5sum"));
+        texts_.Assign(draft);
+        // Only a text can be "y"; a number or bool spelled out never is.
+        const std::string_view beta = item.Member("beta").TextView();
+        beta_ = beta == "y" || beta == "Y";
         bytes_ = item.ToInt64("byteSize");
     } catch (...) {
         Pelmor::NoteMemoryShortage();
-        // Out of memory: the item keeps what it read so far.
+        // Out of memory: the item keeps what it had.
     }
 }
 

@@ -4,11 +4,16 @@
 #include <pelmor/platform/XString.h>
 #include <pelmor/records/FirmwareList.h>
 
+#include <cstddef>
 #include <vector>
+
+#include "records/Utf8Texts.h"
 
 class CSocketInfoIpswItem : public ISocketInfoIpswItem {
   public:
     CSocketInfoIpswItem() = default;
+    CSocketInfoIpswItem(const CSocketInfoIpswItem&) = delete;
+    CSocketInfoIpswItem& operator=(const CSocketInfoIpswItem&) = delete;
 
     XString GetVersion() const noexcept override;
     XString GetName() const noexcept override;
@@ -24,13 +29,10 @@ class CSocketInfoIpswItem : public ISocketInfoIpswItem {
     virtual void SetJson(XJson& item) noexcept;
 
   private:
-    XString version_;
-    XString name_;
-    XString size_;
-    XString url_;
+    enum Text : std::size_t { kVersion, kName, kSize, kUrl, kBuildId, kMD5, kTexts };
+
+    Utf8Texts<kTexts> texts_;
     bool beta_ = false;
-    XString buildId_;
-    XString md5_;
     long long bytes_ = 0;
 };
 
