@@ -5,7 +5,6 @@
 #include <new>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "records/RecordList.h"
 #include "records/RecordText.h"
@@ -172,19 +171,19 @@ XString CSocketInfoVerify::GetMeidState() const noexcept {
     return texts_.Wide(kMeidState);
 }
 XString CSocketInfoVerify::GetBaseState() const noexcept {
-    return texts_.Wide(kBaseState);
+    return states_.Wide(kBaseState);
 }
 XString CSocketInfoVerify::GetHardwareState() const noexcept {
-    return texts_.Wide(kHardwareState);
+    return states_.Wide(kHardwareState);
 }
 XString CSocketInfoVerify::GetScreenState() const noexcept {
-    return texts_.Wide(kScreenState);
+    return states_.Wide(kScreenState);
 }
 XString CSocketInfoVerify::GetFingerMarkState() const noexcept {
-    return texts_.Wide(kFingerMarkState);
+    return states_.Wide(kFingerMarkState);
 }
 XString CSocketInfoVerify::GetOtherState() const noexcept {
-    return texts_.Wide(kOtherState);
+    return states_.Wide(kOtherState);
 }
 XString CSocketInfoVerify::GetMainboardValue() const noexcept {
     return texts_.Wide(kMainboardValue);
@@ -258,20 +257,19 @@ void CSocketInfoVerify::Read(const XJson& data, TextKeeping keeping) noexcept {
         ReadTopic(draft, data, "sim", kSimValue, kSimState);
         ReadTopic(draft, data, "hardDisk", kHarddiskValue, kHarddiskState);
 
-        // A reply without class states leaves the previous ones standing.
-        const std::pair<Text, const char*> classes[] = {{kBaseState, "base"},
-                                                        {kHardwareState, "hardware"},
-                                                        {kScreenState, "screen"},
-                                                        {kFingerMarkState, "fingerprint"},
-                                                        {kOtherState, "other"}};
-        const XJson& states = data.Member("items");
-        for (const auto& [text, key] : classes) {
-            if (states.IsEmpty())
-                draft.Set(text, texts_.View(text));
-            else
-                draft.Set(text, states.Member(key));
-        }
         texts_.Take(draft, keeping);
+
+        // A reply without class states leaves the previous ones standing.
+        const XJson& states = data.Member("items");
+        if (!states.IsEmpty()) {
+            States::Draft classes;
+            classes.Set(kBaseState, states.Member("base"));
+            classes.Set(kHardwareState, states.Member("hardware"));
+            classes.Set(kScreenState, states.Member("screen"));
+            classes.Set(kFingerMarkState, states.Member("fingerprint"));
+            classes.Set(kOtherState, states.Member("other"));
+            states_.Assign(classes);
+        }
 
         ReadLines(data.Member("resultList"), keeping);
     } catch (...) {

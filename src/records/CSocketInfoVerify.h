@@ -105,8 +105,9 @@ class CSocketInfoVerify : public ISocketInfoVerify {
     virtual void Clear() noexcept;
     // Replaces the items and every text it reads; the five class states survive an empty "items".
     virtual void SetJson(XJson& data) noexcept;
-    // What SetJson does without copying a text: the report views its texts in data, which must outlive
-    // it (a report handed to a callback and destroyed while the reply still holds its data).
+    // What SetJson does without copying its texts: the report views them in data, which must outlive it
+    // (a report handed to a callback and destroyed while the reply still holds its data). The class states
+    // alone are copied, since a later filling without them keeps them.
     void ViewJson(const XJson& data) noexcept;
     virtual void SetError(int error) noexcept;
     virtual void SetRequestMessage(XString message) noexcept;
@@ -130,11 +131,6 @@ class CSocketInfoVerify : public ISocketInfoVerify {
         kDiskState,
         kMeidValue,
         kMeidState,
-        kBaseState,
-        kHardwareState,
-        kScreenState,
-        kFingerMarkState,
-        kOtherState,
         kMainboardValue,
         kMainboardState,
         kBasebandValue,
@@ -146,6 +142,17 @@ class CSocketInfoVerify : public ISocketInfoVerify {
         kTexts
     };
     using Texts = Utf8Texts<kTexts>;
+    // The five class states, in the getters' order. Always copied: a reply without them keeps them from
+    // the filling before, whose data may be gone.
+    enum ClassState : std::size_t {
+        kBaseState,
+        kHardwareState,
+        kScreenState,
+        kFingerMarkState,
+        kOtherState,
+        kStates
+    };
+    using States = Utf8Texts<kStates>;
 
     static void ReadTopic(Texts::Draft& draft, const XJson& data, const char* topic, Text value, Text state);
     void Read(const XJson& data, TextKeeping keeping) noexcept;
@@ -157,6 +164,7 @@ class CSocketInfoVerify : public ISocketInfoVerify {
     int error_ = -1;
     XString requestMessage_;
     Texts texts_;
+    States states_;
     // The items in the reply's order; they live in lines_.
     std::vector<CSocketInfoVerifyItem*> items_;
     std::unique_ptr<CSocketInfoVerifyItem[]> lines_;

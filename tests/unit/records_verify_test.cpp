@@ -199,6 +199,21 @@ TEST(RecordsVerifyReport, ViewedTextsReadBackAsCopiedOnes) {
     }
 }
 
+// Class states kept from an earlier filling outlive the data they were viewed in.
+TEST(RecordsVerifyReport, ViewedClassStatesSurviveTheirDataWhenARefillKeepsThem) {
+    CSocketInfoVerify report;
+    {
+        const XJson first = ReplyData("verify_report.json");
+        report.ViewJson(first);
+    }
+    const XJson second = ReplyData("verify_report_recheck.json");
+    report.ViewJson(second);
+    EXPECT_EQ(report.GetHardwareState(), L"硬件 1 项异常");
+    EXPECT_EQ(report.GetOtherState(), L"其他 1 项异常");
+    EXPECT_EQ(report.GetScore(), L"100");
+    EXPECT_EQ(Items(report).size(), 2u);
+}
+
 TEST(RecordsVerifyReport, RefillReplacesItemsAndTextsButKeepsClassStatesOnEmptyItems) {
     CSocketInfoVerify report;
     XJson first = ReplyData("verify_report.json");
