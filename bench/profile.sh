@@ -2,7 +2,7 @@
 # Client instructions per request, counted by callgrind: steady for comparing a change before and after on
 # a busy machine, where timings are not. Starts its own pelmor-emulator.
 #
-#   BUILD_DIR=build-bench bench/profile.sh [--port N] [KIND...]   KIND: verify config raw-verify raw-config
+#   BUILD_DIR=build-bench bench/profile.sh [--port N] [KIND...]   KIND: verify verify-read config raw-verify raw-config
 #
 # BUILD_DIR must hold request_profile and pelmor-emulator, configured for the port (default 18090).
 # Each profile is kept as /tmp/request-profile.KIND.out for callgrind_annotate.
