@@ -53,6 +53,18 @@ bool IsAscii(const unsigned char* text, size_t length) noexcept {
     return (high & 0x8080808080808080ull) == 0;
 }
 
+// Decodes length bytes into out, which has room for length characters; gives the characters written.
+size_t Decode(const unsigned char* bytes, size_t length, wchar_t* out) noexcept {
+    wchar_t* next = out;
+    size_t i = 0;
+    while (i < length)
+        *next++ = static_cast<wchar_t>(bytes[i] < 0x80 ? bytes[i++] : DecodeOne(bytes, length, i));
+    return static_cast<size_t>(next - out);
+}
+
+// Characters of a text decoded on the stack before it is copied into its own.
+constexpr size_t kDecodeRoom = 256;
+
 }  // namespace
 
 void AppendUtf8(std::string& out, char32_t cp) {
@@ -138,14 +150,16 @@ XString XString::FromUtf8(const char* text, size_t length) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(text);
     // ASCII, by far the usual case, widens one byte to one character.
     if (IsAscii(bytes, length)) return XString(bytes, bytes + length);
+    // Never more characters than bytes. A short text, the usual one, is decoded on the stack and copied
+    // once into a text of its exact length; a long one is decoded in place, then cut to what was decoded.
+    wchar_t room[kDecodeRoom];
+    const bool onStack = length <= kDecodeRoom;
     XString out;
-    // Never more characters than bytes: written in place, then cut to what was decoded.
-    out.resize(length);
-    wchar_t* next = &out[0];
-    size_t i = 0;
-    while (i < length)
-        *next++ = static_cast<wchar_t>(bytes[i] < 0x80 ? bytes[i++] : DecodeOne(bytes, length, i));
-    out.resize(static_cast<size_t>(next - out.data()));
+    if (!onStack) out.resize(length);
+    wchar_t* const first = onStack ? room : &out[0];
+    const size_t count = Decode(bytes, length, first);
+    if (onStack) return XString(first, count);
+    out.resize(count);
     return out;
 }
 

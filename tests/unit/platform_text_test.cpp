@@ -102,6 +102,28 @@ TEST(Utf8Check, AgreesWithTheDefinitionOnEveryBoundaryByte) {
     EXPECT_GT(valid, 1000u);  // the table reaches well-formed sequences of every length, not only errors
 }
 
+// Short texts are decoded in a buffer of fixed size and long ones in place: both sides of the border, with
+// a bad byte last, decode alike.
+TEST(XStringUtf8, DecodesLongAndShortTextsAlike) {
+    for (size_t length : {254u, 255u, 256u, 257u, 258u, 1000u}) {
+        std::string text;
+        XString wide;
+        while (text.size() + 3 < length) {
+            text += "\xE8\xAE\xBE";
+            wide += L'\u8BBE';
+        }
+        while (text.size() + 1 < length) {
+            text += 'a';
+            wide += L'a';
+        }
+        text += '\xFF';
+        wide += L'\uFFFD';
+        ASSERT_EQ(text.size(), length);
+        EXPECT_EQ(XString::FromUtf8(text), wide) << length;
+        EXPECT_EQ(wide.ToUtf8().size(), length + 2) << length;
+    }
+}
+
 TEST(XStringCompare, CaseSensitivityZeroIgnoresCase) {
     const XString y(L"Y");
     EXPECT_EQ(y.compare(L"y", CaseInsensitive), 0);
