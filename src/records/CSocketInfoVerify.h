@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <memory>
-
 #include <string_view>
 #include <vector>
 

@@ -9,6 +9,9 @@
 #include <string>
 #include <string_view>
 
+// Whether a record copies its texts or views them in the data it is filled from.
+enum class TextKeeping { kCopy, kView };
+
 // A record's texts kept as the UTF-8 they arrive in and made wide only when a getter asks: a host that
 // reads a field pays one conversion instead of one when the record is filled and a copy when it is read.
 // The conversion mends invalid UTF-8 to U+FFFD, so a getter gives what converting at filling time gave.
@@ -16,9 +19,6 @@
 // The texts are either copied into one block that the record owns (one allocation instead of one per
 // text), or, for a record that is destroyed before the data it was filled from, viewed where they live.
 // Not to be moved or copied: the views may point into the record's own block.
-// Whether a record copies its texts or views them in the data it is filled from.
-enum class TextKeeping { kCopy, kView };
-
 template <std::size_t Count>
 class Utf8Texts {
   public:
@@ -53,7 +53,7 @@ class Utf8Texts {
         bool anySpelled_ = false;
     };
 
-    // Text index as wide text; empty when memory runs out.
+    // Text number index as wide text; empty when memory runs out.
     XString Wide(std::size_t index) const noexcept {
         try {
             return XString::FromUtf8(texts_[index].data(), texts_[index].size());
