@@ -19,6 +19,12 @@ class XJsonMember {
         : key_(key), kind_(Kind::kUtf8), utf8_(utf8) {}
     XJsonMember(std::string_view key, long long number) noexcept
         : key_(key), kind_(Kind::kInteger), number_(number) {}
+    XJsonMember(std::string_view key, int number) noexcept
+        : XJsonMember(key, static_cast<long long>(number)) {}
+    // Not taken, rather than quietly turned into an integer: add these with Add.
+    XJsonMember(std::string_view key, bool flag) = delete;
+    XJsonMember(std::string_view key, double number) = delete;
+    XJsonMember(std::string_view key, unsigned long long number) = delete;
 
   private:
     friend class XJson;
