@@ -2,7 +2,6 @@
 #include "pelmor/platform/MemoryShortage.h"
 
 #include <boost/json/parse.hpp>
-#include <boost/json/parser.hpp>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
@@ -11,6 +10,7 @@
 #include <new>
 #include <type_traits>
 
+#include "JsonParse.h"
 #include "JsonText.h"
 #include "ParseArena.h"
 #include "XJsonValue.h"
@@ -184,21 +184,13 @@ bool ParseInto(json::value& target, json::string_view text) noexcept {
     }
     bool ok = false;
     try {
-        json::parse_options options;
-        options.allow_invalid_utf8 = true;
-        // The parser's stack starts here, so that a small reply's takes no allocation.
-        unsigned char stack[4096];
-        json::parser parser(arena, options, stack, sizeof stack);
-        parser.reset(arena);  // the tree, too, goes into the arena
-        json::error_code ec;
-        parser.write(text.data(), text.size(), ec);
-        if (!ec) {
-            Adopt(target, parser.release());
-            ok = true;
-        }
+        json::value parsed = ParseJson(text, *arena, ok);
+        if (ok) Adopt(target, std::move(parsed));
     } catch (const ParseArena::OverBudget&) {
+        ok = false;
     } catch (...) {
         Pelmor::NoteMemoryShortage();
+        ok = false;
     }
     if (!ok) Adopt(target, json::value());
     arena->Drop();
