@@ -95,7 +95,7 @@ __attribute__((target("ssse3"))) char* EncodeGroupsSsse3(const unsigned char* in
 // Four groups per step: each character's class found from its two nibbles by table shuffles (any
 // character outside the alphabet lands in a class that marks it), turned into its six bits by a per-class
 // offset, and the sixteen six-bit values packed into twelve bytes by two multiply-adds and a shuffle.
-// Writes sixteen bytes per step, so it stops while a further group follows to take the four extra; a step
+// Writes sixteen bytes per step, so it stops while two further groups follow to take the four extra; a step
 // that finds a stray character leaves it to the scalar loop, which tells exactly where it is.
 __attribute__((target("ssse3"))) std::size_t DecodeGroupsSsse3(const unsigned char* in, std::size_t groups,
                                                                char* out) noexcept {
@@ -107,7 +107,7 @@ __attribute__((target("ssse3"))) std::size_t DecodeGroupsSsse3(const unsigned ch
     const __m128i slash = _mm_set1_epi8(0x2F);
     const __m128i pack = _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
     std::size_t g = 0;
-    for (; g + 5 <= groups; g += 4, in += 16, out += 12) {
+    for (; g + 6 <= groups; g += 4, in += 16, out += 12) {
         const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
         const __m128i highNibbles = _mm_and_si128(_mm_srli_epi32(text, 4), slash);
         const __m128i lowNibbles = _mm_and_si128(text, slash);

@@ -109,6 +109,24 @@ QByteArray DecryptPKCS7(const unsigned char* key, const unsigned char* iv, QByte
     }
 }
 
+bool DecryptInPlace(const unsigned char* key, const unsigned char* iv, char* data, std::size_t length,
+                    std::size_t& plainLength) noexcept {
+    plainLength = 0;
+    if (!key || !iv || !data || length == 0 || length % 16 != 0 || length > static_cast<std::size_t>(INT_MAX))
+        return false;
+    CipherContext context(EVP_CIPHER_CTX_new());
+    const EVP_CIPHER* cipher = Aes256Cbc();
+    if (!context || !cipher || EVP_DecryptInit_ex(context.get(), cipher, nullptr, key, iv) != 1) return false;
+    // Exactly in place, which EVP allows: it holds the last block back and decrypts it at the end.
+    auto* bytes = reinterpret_cast<unsigned char*>(data);
+    int written = 0;
+    if (EVP_DecryptUpdate(context.get(), bytes, &written, bytes, static_cast<int>(length)) != 1) return false;
+    int final = 0;
+    if (EVP_DecryptFinal_ex(context.get(), bytes + written, &final) != 1) return false;
+    plainLength = static_cast<std::size_t>(written) + static_cast<std::size_t>(final);
+    return true;
+}
+
 struct Encryptor::Context {
     CipherContext cipher;
     bool ok = false;
@@ -184,33 +202,48 @@ QByteArray Encode(const QByteArray& data) {
     return Encode(data.constData(), static_cast<std::size_t>(data.size()));
 }
 
-QByteArray Decode(const char* text, std::size_t length) {
-    if (!text || length == 0 || length % 4 != 0 || length > static_cast<std::size_t>(INT_MAX))
-        return QByteArray();
+bool DecodeInto(const char* text, std::size_t length, char* out, std::size_t& written) noexcept {
+    written = 0;
+    if (!text || !out || length == 0 || length % 4 != 0) return false;
     const auto* in = reinterpret_cast<const unsigned char*>(text);
     std::size_t padding = 0;
     if (in[length - 1] == '=') padding = in[length - 2] == '=' ? 2 : 1;
-    QByteArray bytes;
-    try {
-        bytes.resize(static_cast<int>(length / 4 * 3 - padding));
-    } catch (...) {
-        return QByteArray();
-    }
-    char* out = bytes.data();
+    // The last group is read before anything is written over it, should out be text itself.
     const std::size_t fullGroups = (length / 4) - (padding ? 1 : 0);
-    if (DecodeGroups(in, fullGroups, out) != fullGroups) return QByteArray();
-    out += fullGroups * 3;
     const std::size_t i = fullGroups * 4;
+    const unsigned char zero = static_cast<unsigned char>(kAlphabet[0]);
+    unsigned char last[4] = {zero, zero, zero, zero};
     if (padding) {
-        const unsigned char zero = static_cast<unsigned char>(kAlphabet[0]);
-        const unsigned char last[4] = {in[i], in[i + 1], padding == 1 ? in[i + 2] : zero, zero};
+        last[0] = in[i];
+        last[1] = in[i + 1];
+        if (padding == 1) last[2] = in[i + 2];
+    }
+    if (DecodeGroups(in, fullGroups, out) != fullGroups) return false;
+    out += fullGroups * 3;
+    if (padding) {
         char decoded[3];
-        if (DecodeGroups(last, 1, decoded) != 1) return QByteArray();
+        if (DecodeGroups(last, 1, decoded) != 1) return false;
         // Bits below the last encoded byte must be zero, else the text was not produced by an encoder.
-        if (decoded[2] != 0 || (padding == 2 && decoded[1] != 0)) return QByteArray();
+        if (decoded[2] != 0 || (padding == 2 && decoded[1] != 0)) return false;
         *out++ = decoded[0];
         if (padding == 1) *out++ = decoded[1];
     }
+    written = fullGroups * 3 + (padding ? 3 - padding : 0);
+    return true;
+}
+
+QByteArray Decode(const char* text, std::size_t length) {
+    if (!text || length == 0 || length % 4 != 0 || length > static_cast<std::size_t>(INT_MAX))
+        return QByteArray();
+    QByteArray bytes;
+    try {
+        bytes.resize(static_cast<int>(length / 4 * 3));
+    } catch (...) {
+        return QByteArray();
+    }
+    std::size_t written = 0;
+    if (!DecodeInto(text, length, bytes.data(), written)) return QByteArray();
+    bytes.truncate(static_cast<int>(written));
     return bytes;
 }
 
