@@ -102,6 +102,7 @@ void AppendParamsAndSettings(XJson& document, XJson&& params) {
 
 XJson PelmorSocketHelper::BuildJson(const char* method, XJson params) {
     XJson document;
+    document.Reserve(5);  // method, params and the three settings: the table is made once
     document.Add("method", method);
     AppendParamsAndSettings(document, std::move(params));
     return document;
@@ -109,6 +110,7 @@ XJson PelmorSocketHelper::BuildJson(const char* method, XJson params) {
 
 XJson PelmorSocketHelper::BuildJson(XJson params) {
     XJson document;
+    document.Reserve(4);
     AppendParamsAndSettings(document, std::move(params));
     return document;
 }

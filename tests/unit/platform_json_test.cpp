@@ -238,7 +238,15 @@ TEST(XJsonRender, WritesWhatTheJsonLibraryWrites) {
     for (int offset = 0; offset < 24; ++offset)
         atEveryOffset += std::string(static_cast<size_t>(offset), 'a') + "\\\"\\n\\\\\\u001f";
     atEveryOffset += "\"";
+    // Far more than the renderer's buffer holds, in texts of every short length, so that it fills up at
+    // every point of a text and of an escape.
+    std::string manyTexts = "[";
+    for (int i = 0; i < 3000; ++i)
+        manyTexts += std::string(i ? "," : "") + "\"" + std::string(static_cast<size_t>(i % 37), 'a') +
+                     (i % 5 ? "" : "\\n") + std::string(static_cast<size_t>(i % 11), 'b') + "\"";
+    manyTexts += "]";
     const std::string texts[] = {
+        manyTexts,
         "[" + everyCharacter + "," + atEveryOffset + "]",
         "{" + everyCharacter + ":" + atEveryOffset + ",\"k\\ty\":{}}",
         R"([0,-1,18446744073709551615,-9223372036854775808,2.5,1e300,-0.0,1.0E-7,true,false,null,{},[],[[]]])",

@@ -51,6 +51,57 @@ TEST(Utf8Check, SeesEverySequenceWhereverItFallsInAWord) {
     EXPECT_TRUE(IsValidUtf8("", 0));
 }
 
+// Well-formed UTF-8 by its definition: decode the bits, then reject overlong forms, surrogates and values
+// past U+10FFFF.
+bool WellFormed(const std::string& text) {
+    size_t i = 0;
+    while (i < text.size()) {
+        const auto lead = static_cast<unsigned char>(text[i]);
+        const size_t extra = lead < 0x80       ? 0
+                             : lead >> 5 == 6  ? 1
+                             : lead >> 4 == 14 ? 2
+                             : lead >> 3 == 30 ? 3
+                                               : 9;
+        if (extra == 9 || i + extra >= text.size() + (extra == 0)) return false;
+        char32_t cp = extra == 0 ? lead : lead & (0x3F >> extra);
+        for (size_t k = 1; k <= extra; ++k) {
+            const auto next = static_cast<unsigned char>(text[i + k]);
+            if (next >> 6 != 2) return false;
+            cp = cp << 6 | (next & 0x3F);
+        }
+        static const char32_t kSmallest[] = {0, 0x80, 0x800, 0x10000};
+        if (cp < kSmallest[extra] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return false;
+        i += extra + 1;
+    }
+    return true;
+}
+
+// Every sequence of up to four bytes drawn from the boundaries of the encoding's ranges.
+TEST(Utf8Check, AgreesWithTheDefinitionOnEveryBoundaryByte) {
+    const unsigned char edges[] = {0x00, 0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF,
+                                   0xC0, 0xC1, 0xC2, 0xDF, 0xE0, 0xE1, 0xEC, 0xED, 0xEE,
+                                   0xEF, 0xF0, 0xF1, 0xF3, 0xF4, 0xF5, 0xFF};
+    const size_t n = sizeof edges;
+    size_t valid = 0;
+    for (size_t length = 1; length <= 4; ++length) {
+        size_t combinations = 1;
+        for (size_t k = 0; k < length; ++k)
+            combinations *= n;
+        for (size_t c = 0; c < combinations; ++c) {
+            std::string text;
+            for (size_t k = 0, rest = c; k < length; ++k, rest /= n)
+                text.push_back(static_cast<char>(edges[rest % n]));
+            const bool expected = WellFormed(text);
+            valid += expected;
+            ASSERT_EQ(IsValidUtf8(text.data(), text.size()), expected) << testing::PrintToString(text);
+            // Behind a run of ASCII too, where the check skips whole words.
+            const std::string shifted = "abcdefghijk" + text;
+            ASSERT_EQ(IsValidUtf8(shifted.data(), shifted.size()), expected) << testing::PrintToString(text);
+        }
+    }
+    EXPECT_GT(valid, 1000u);  // the table reaches well-formed sequences of every length, not only errors
+}
+
 TEST(XStringCompare, CaseSensitivityZeroIgnoresCase) {
     const XString y(L"Y");
     EXPECT_EQ(y.compare(L"y", CaseInsensitive), 0);
