@@ -81,6 +81,26 @@ TEST(XCryptAes, RoundTripsAnyLength) {
     }
 }
 
+// Each thread keeps its cipher set up for the last key it used: another key in between must be set up
+// afresh, and the first one again after it.
+TEST(XCryptAes, KeysTakeTurnsOnOneThread) {
+    const auto* otherKey = reinterpret_cast<const unsigned char*>("00000000001111111111222222222233");
+    const QByteArray plain = Bytes("0123456789abcdef");
+    const QByteArray first = XCrypt::AES::CBC::EncryptPKCS7(kKey, kIv, plain);
+    const QByteArray other = XCrypt::AES::CBC::EncryptPKCS7(otherKey, kIv, plain);
+    EXPECT_NE(first, other);
+    EXPECT_EQ(Text(first),
+              Text(XCrypt::BASE64::Decode(Bytes("vb78h8zvwUjl2K7T2HnvL/dCs+rmzIevTwu6lAwkVCY="))));
+    EXPECT_EQ(XCrypt::AES::CBC::EncryptPKCS7(kKey, kIv, plain), first);
+    EXPECT_EQ(XCrypt::AES::CBC::DecryptPKCS7(otherKey, kIv, other), plain);
+    EXPECT_NE(XCrypt::AES::CBC::DecryptPKCS7(kKey, kIv, other), plain);
+    EXPECT_EQ(XCrypt::AES::CBC::DecryptPKCS7(kKey, kIv, first), plain);
+    std::string inPlace = Text(other);
+    size_t length = 0;
+    ASSERT_TRUE(XCrypt::AES::CBC::DecryptInPlace(otherKey, kIv, &inPlace[0], inPlace.size(), length));
+    EXPECT_EQ(inPlace.substr(0, length), Text(plain));
+}
+
 TEST(XCryptAes, EncryptorInPiecesGivesTheWholeCipher) {
     for (size_t length : {0u, 15u, 16u, 17u, 100003u}) {
         const std::string plain = Pattern(length);
