@@ -120,7 +120,8 @@ void ParseArena::Spend(std::size_t cost) {
 }
 
 void* ParseArena::Cut(std::size_t bytes, std::size_t alignment) {
-    std::size_t skip = (alignment - reinterpret_cast<std::uintptr_t>(free_) % alignment) % alignment;
+    // Alignments are powers of two.
+    std::size_t skip = (0 - reinterpret_cast<std::uintptr_t>(free_)) & (alignment - 1);
     if (skip + bytes > room_) {
         AddChunk(bytes);
         skip = 0;  // a chunk's room starts at the arena's alignment
