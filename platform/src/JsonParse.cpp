@@ -143,7 +143,7 @@ class TreeBuilder {
     // Text of a string or key that arrives in pieces, kept until its last piece.
     void Keep(json::string_view s) {
         if (kept_ + s.size() > charsCapacity_) {
-            std::size_t capacity = charsCapacity_ ? 2 * charsCapacity_ : 4096;
+            std::size_t capacity = charsCapacity_ ? 2 * charsCapacity_ : 256;
             while (capacity < kept_ + s.size())
                 capacity *= 2;
             char* bigger = static_cast<char*>(arena_.allocate(capacity, 1));

@@ -8,8 +8,9 @@ namespace {
 constexpr std::size_t kAlignment = alignof(std::max_align_t);
 // What the allocator keeps beside each block, counted so that many tiny blocks cost what they take.
 constexpr std::size_t kBlockOverhead = 16;
-// Blocks up to this size are cut from chunks; larger ones are allocated on their own.
-constexpr std::size_t kSmallBlock = 256;
+// Blocks up to this size are cut from chunks; larger ones are allocated on their own. Objects of a dozen
+// members and texts of a few lines are cut too: a tree's blocks are made once at their final size.
+constexpr std::size_t kSmallBlock = 4096;
 constexpr std::size_t kSmallestFirstChunk = 1024;
 constexpr std::size_t kLargestChunk = 256 * 1024;
 
@@ -24,7 +25,7 @@ std::size_t BudgetFor(std::size_t textLength) {
 // A tree takes about two to three times its text; the first chunk comes with the arena itself, so that a
 // small reply costs one allocation.
 std::size_t FirstChunkFor(std::size_t textLength) {
-    const std::size_t guess = textLength < kLargestChunk ? 3 * textLength : kLargestChunk;
+    const std::size_t guess = textLength < kLargestChunk / 3 ? 3 * textLength : kLargestChunk;
     return RoundUp(guess < kSmallestFirstChunk ? kSmallestFirstChunk : guess);
 }
 
