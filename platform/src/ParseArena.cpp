@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <new>
+#include <typeinfo>
 
 namespace {
 
@@ -53,7 +54,9 @@ ParseArena* ParseArena::Of(const boost::json::value& value) noexcept {
     // Only an arena is both unshared and trivially deallocated here: the test is two instructions for
     // every other value.
     if (!storage.is_not_shared_and_deallocate_is_trivial()) return nullptr;
-    return dynamic_cast<ParseArena*>(storage.get());
+    boost::json::memory_resource* resource = storage.get();
+    // An exact type test: a dynamic_cast would search the class hierarchy.
+    return typeid(*resource) == typeid(ParseArena) ? static_cast<ParseArena*>(resource) : nullptr;
 }
 
 ParseArena::ParseArena(std::size_t budget, char* firstRoom, std::size_t firstSize) noexcept
