@@ -1,7 +1,6 @@
 #include "pelmor/platform/XJson.h"
 #include "pelmor/platform/MemoryShortage.h"
 
-#include <boost/json/parse.hpp>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
