@@ -23,10 +23,10 @@ std::size_t BudgetFor(std::size_t textLength) {
     return 4 * textLength + (std::size_t(8) << 20);
 }
 
-// A tree takes about two to three times its text; the first chunk comes with the arena itself, so that a
+// A tree takes up to about four times its text; the first chunk comes with the arena itself, so that a
 // small reply costs one allocation.
 std::size_t FirstChunkFor(std::size_t textLength) {
-    const std::size_t guess = textLength < kLargestChunk / 3 ? 3 * textLength : kLargestChunk;
+    const std::size_t guess = textLength < kLargestChunk / 4 ? 4 * textLength : kLargestChunk;
     return RoundUp(guess < kSmallestFirstChunk ? kSmallestFirstChunk : guess);
 }
 
