@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <boost/json/parse.hpp>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <string>
 
 #include "FuzzSupport.h"
+#include "XJsonValue.h"
 
 using fuzz_support::Touch;
 
@@ -85,12 +87,43 @@ bool SameValue(const boost::json::value& a, const boost::json::value& b) {
     return a == b;
 }
 
+// Equal down to the kind of each number, the bits of each double and the order of each member.
+bool SameTree(const boost::json::value& a, const boost::json::value& b) {
+    if (a.kind() != b.kind()) return false;
+    if (a.is_double()) {
+        const double x = a.get_double(), y = b.get_double();
+        return std::memcmp(&x, &y, sizeof x) == 0;
+    }
+    if (a.is_array()) {
+        const auto &p = a.get_array(), &q = b.get_array();
+        if (p.size() != q.size()) return false;
+        for (size_t i = 0; i < p.size(); ++i)
+            if (!SameTree(p[i], q[i])) return false;
+        return true;
+    }
+    if (a.is_object()) {
+        const auto &p = a.get_object(), &q = b.get_object();
+        if (p.size() != q.size()) return false;
+        for (auto i = p.begin(), j = q.begin(); i != p.end(); ++i, ++j)
+            if (i->key() != j->key() || !SameTree(i->value(), j->value())) return false;
+        return true;
+    }
+    return a == b;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
     XJson value;
     const bool parsed = value.Parse(text);
+    // XJson builds its trees itself: they must be the very trees Boost.JSON's own parser builds.
+    boost::json::parse_options options;
+    options.allow_invalid_utf8 = true;
+    boost::system::error_code notJson;
+    const boost::json::value expected = boost::json::parse(text, notJson, {}, options);
+    if (parsed == static_cast<bool>(notJson) || (parsed && !SameTree(JsonValue(value), expected)))
+        __builtin_trap();
     const std::string rendered = value.ToJson();
     boost::system::error_code failed;
     const boost::json::value shape = boost::json::parse(rendered, failed);

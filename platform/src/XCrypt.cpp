@@ -8,7 +8,9 @@
 #include <atomic>
 #include <climits>
 #include <cstdint>
+#include <cstring>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -46,15 +48,51 @@ const EVP_CIPHER* Aes256Cbc() noexcept {
     return kept.Get();
 }
 
+// Setting AES-256 up for a key costs more than the cipher work of a small message, and every message of
+// the channel uses the same key. So each thread keeps a context per direction with its key schedule; a use
+// takes it out of its slot, so that two users on one thread never share it, and gives it back when done.
+constexpr std::size_t kKeyBytes = 32;
+
+struct KeptContext {
+    EVP_CIPHER_CTX* context = nullptr;
+    unsigned char key[kKeyBytes] = {};
+    ~KeptContext() { EVP_CIPHER_CTX_free(context); }
+};
+thread_local KeptContext keptContexts[2];
+
+// A context set up for key and iv in one direction; null when that cannot be done (out of memory).
+CipherContext TakeContext(bool encrypt, const unsigned char* key, const unsigned char* iv) noexcept {
+    KeptContext& kept = keptContexts[encrypt ? 1 : 0];
+    if (kept.context && std::memcmp(kept.key, key, kKeyBytes) == 0) {
+        CipherContext context(kept.context);
+        kept.context = nullptr;
+        // Without a cipher or a key, only the IV and the padding state start over.
+        if (EVP_CipherInit_ex(context.get(), nullptr, nullptr, nullptr, iv, encrypt ? 1 : 0) == 1)
+            return context;
+    }
+    CipherContext context(EVP_CIPHER_CTX_new());
+    const EVP_CIPHER* cipher = Aes256Cbc();
+    if (!context || !cipher ||
+        EVP_CipherInit_ex(context.get(), cipher, nullptr, key, iv, encrypt ? 1 : 0) != 1)
+        return CipherContext();
+    return context;
+}
+
+// Keeps a context whose use went through, for the next use with the same key on this thread.
+void GiveContext(bool encrypt, const unsigned char* key, CipherContext context) noexcept {
+    if (!context) return;
+    KeptContext& kept = keptContexts[encrypt ? 1 : 0];
+    EVP_CIPHER_CTX_free(kept.context);  // one given back while another was already kept
+    kept.context = context.release();
+    std::memcpy(kept.key, key, kKeyBytes);
+}
+
 QByteArray RunCipher(bool encrypt, const unsigned char* key, const unsigned char* iv,
                      const QByteArray& input) {
     if (!key || !iv) return QByteArray();
     if (!encrypt && (input.isEmpty() || input.size() % 16 != 0)) return QByteArray();
-    CipherContext context(EVP_CIPHER_CTX_new());
+    CipherContext context = TakeContext(encrypt, key, iv);
     if (!context) return QByteArray();
-    const EVP_CIPHER* cipher = Aes256Cbc();
-    if (!cipher || EVP_CipherInit_ex(context.get(), cipher, nullptr, key, iv, encrypt ? 1 : 0) != 1)
-        return QByteArray();
     // One block of room for the padding; QByteArray sizes are int, so stay well below INT_MAX.
     if (input.size() > INT_MAX - 32) return QByteArray();
     QByteArray output;
@@ -72,6 +110,7 @@ QByteArray RunCipher(bool encrypt, const unsigned char* key, const unsigned char
     int final = 0;
     if (EVP_CipherFinal_ex(context.get(), out + written, &final) != 1) return QByteArray();
     output.truncate(written + final);
+    GiveContext(encrypt, key, std::move(context));
     return output;
 }
 
@@ -109,8 +148,27 @@ QByteArray DecryptPKCS7(const unsigned char* key, const unsigned char* iv, QByte
     }
 }
 
+bool DecryptInPlace(const unsigned char* key, const unsigned char* iv, char* data, std::size_t length,
+                    std::size_t& plainLength) noexcept {
+    plainLength = 0;
+    if (!key || !iv || !data || length == 0 || length % 16 != 0 || length > static_cast<std::size_t>(INT_MAX))
+        return false;
+    CipherContext context = TakeContext(false, key, iv);
+    if (!context) return false;
+    // Exactly in place, which EVP allows: it holds the last block back and decrypts it at the end.
+    auto* bytes = reinterpret_cast<unsigned char*>(data);
+    int written = 0;
+    if (EVP_DecryptUpdate(context.get(), bytes, &written, bytes, static_cast<int>(length)) != 1) return false;
+    int final = 0;
+    if (EVP_DecryptFinal_ex(context.get(), bytes + written, &final) != 1) return false;
+    plainLength = static_cast<std::size_t>(written) + static_cast<std::size_t>(final);
+    GiveContext(false, key, std::move(context));
+    return true;
+}
+
 struct Encryptor::Context {
     CipherContext cipher;
+    unsigned char key[kKeyBytes] = {};
     bool ok = false;
 };
 
@@ -121,13 +179,14 @@ Encryptor::Encryptor(const unsigned char* key, const unsigned char* iv) noexcept
         return;
     }
     if (!key || !iv) return;
-    context_->cipher.reset(EVP_CIPHER_CTX_new());
-    const EVP_CIPHER* cipher = Aes256Cbc();
-    context_->ok = context_->cipher && cipher &&
-                   EVP_EncryptInit_ex(context_->cipher.get(), cipher, nullptr, key, iv) == 1;
+    context_->cipher = TakeContext(true, key, iv);
+    context_->ok = context_->cipher != nullptr;
+    std::memcpy(context_->key, key, kKeyBytes);
 }
 
-Encryptor::~Encryptor() = default;
+Encryptor::~Encryptor() {
+    if (context_ && context_->ok) GiveContext(true, context_->key, std::move(context_->cipher));
+}
 
 bool Encryptor::Update(const char* data, std::size_t length, char* out, std::size_t& written) noexcept {
     written = 0;
@@ -184,33 +243,48 @@ QByteArray Encode(const QByteArray& data) {
     return Encode(data.constData(), static_cast<std::size_t>(data.size()));
 }
 
-QByteArray Decode(const char* text, std::size_t length) {
-    if (!text || length == 0 || length % 4 != 0 || length > static_cast<std::size_t>(INT_MAX))
-        return QByteArray();
+bool DecodeInto(const char* text, std::size_t length, char* out, std::size_t& written) noexcept {
+    written = 0;
+    if (!text || !out || length == 0 || length % 4 != 0) return false;
     const auto* in = reinterpret_cast<const unsigned char*>(text);
     std::size_t padding = 0;
     if (in[length - 1] == '=') padding = in[length - 2] == '=' ? 2 : 1;
-    QByteArray bytes;
-    try {
-        bytes.resize(static_cast<int>(length / 4 * 3 - padding));
-    } catch (...) {
-        return QByteArray();
-    }
-    char* out = bytes.data();
+    // The last group is read before anything is written over it, should out be text itself.
     const std::size_t fullGroups = (length / 4) - (padding ? 1 : 0);
-    if (DecodeGroups(in, fullGroups, out) != fullGroups) return QByteArray();
-    out += fullGroups * 3;
     const std::size_t i = fullGroups * 4;
+    const unsigned char zero = static_cast<unsigned char>(kAlphabet[0]);
+    unsigned char last[4] = {zero, zero, zero, zero};
     if (padding) {
-        const unsigned char zero = static_cast<unsigned char>(kAlphabet[0]);
-        const unsigned char last[4] = {in[i], in[i + 1], padding == 1 ? in[i + 2] : zero, zero};
+        last[0] = in[i];
+        last[1] = in[i + 1];
+        if (padding == 1) last[2] = in[i + 2];
+    }
+    if (DecodeGroups(in, fullGroups, out) != fullGroups) return false;
+    out += fullGroups * 3;
+    if (padding) {
         char decoded[3];
-        if (DecodeGroups(last, 1, decoded) != 1) return QByteArray();
+        if (DecodeGroups(last, 1, decoded) != 1) return false;
         // Bits below the last encoded byte must be zero, else the text was not produced by an encoder.
-        if (decoded[2] != 0 || (padding == 2 && decoded[1] != 0)) return QByteArray();
+        if (decoded[2] != 0 || (padding == 2 && decoded[1] != 0)) return false;
         *out++ = decoded[0];
         if (padding == 1) *out++ = decoded[1];
     }
+    written = fullGroups * 3 + (padding ? 3 - padding : 0);
+    return true;
+}
+
+QByteArray Decode(const char* text, std::size_t length) {
+    if (!text || length == 0 || length % 4 != 0 || length > static_cast<std::size_t>(INT_MAX))
+        return QByteArray();
+    QByteArray bytes;
+    try {
+        bytes.resize(static_cast<int>(length / 4 * 3));
+    } catch (...) {
+        return QByteArray();
+    }
+    std::size_t written = 0;
+    if (!DecodeInto(text, length, bytes.data(), written)) return QByteArray();
+    bytes.truncate(static_cast<int>(written));
     return bytes;
 }
 

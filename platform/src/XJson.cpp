@@ -1,8 +1,6 @@
 #include "pelmor/platform/XJson.h"
 #include "pelmor/platform/MemoryShortage.h"
 
-#include <boost/json/parse.hpp>
-#include <boost/json/parser.hpp>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
@@ -11,7 +9,9 @@
 #include <new>
 #include <type_traits>
 
+#include "JsonParse.h"
 #include "JsonText.h"
+#include "ParseArena.h"
 #include "Utf8Encoding.h"
 #include "XJsonValue.h"
 
@@ -157,122 +157,44 @@ json::string_view View(const std::string& s) {
     return json::string_view(s.data(), s.size());
 }
 
-// What one parse may hold at once, the parser's stack included: a few times the text, plus room for
-// small documents. A text whose tree would grow past it (a forged reply of millions of tiny elements) is
-// refused like text that is not JSON, instead of taking many times its size from the host.
-struct OverBudget {};
-
-class ParseBudget final : public json::memory_resource {
-  public:
-    explicit ParseBudget(std::size_t bytes) noexcept : left_(bytes) {}
-    ~ParseBudget() override {
-        while (chunks_) {
-            Chunk* next = chunks_->next;
-            upstream_->deallocate(chunks_, chunks_->size, kChunkAlignment);
-            chunks_ = next;
-        }
-    }
-    ParseBudget(const ParseBudget&) = delete;
-    ParseBudget& operator=(const ParseBudget&) = delete;
-
-  private:
-    // What the allocator keeps beside each block, counted so that many tiny blocks cost what they take.
-    static constexpr std::size_t kBlockOverhead = 16;
-    // A parsed tree is thousands of small blocks (keys, texts, objects) that live and die together: they
-    // are cut from chunks, which costs a few instructions instead of a call of malloc each, and freeing
-    // them frees nothing until the tree goes. Larger blocks (the parser's stack, long texts, big arrays)
-    // come and go on their own, so that nothing large outlives its use.
-    static constexpr std::size_t kSmallBlock = 256;
-    static constexpr std::size_t kFirstChunk = 4 * 1024;
-    static constexpr std::size_t kLargestChunk = 256 * 1024;
-    static constexpr std::size_t kChunkAlignment = alignof(std::max_align_t);
-    struct alignas(kChunkAlignment) Chunk {
-        Chunk* next;
-        std::size_t size;
-    };
-
-    static bool IsSmall(std::size_t bytes, std::size_t alignment) {
-        return bytes <= kSmallBlock && alignment <= kChunkAlignment;
-    }
-
-    void* do_allocate(std::size_t bytes, std::size_t alignment) override {
-        if (IsSmall(bytes, alignment)) return Cut(bytes, alignment);
-        Spend(bytes + kBlockOverhead);
-        return upstream_->allocate(bytes, alignment);
-    }
-    void do_deallocate(void* block, std::size_t bytes, std::size_t alignment) override {
-        if (IsSmall(bytes, alignment)) return;
-        upstream_->deallocate(block, bytes, alignment);
-        left_ += bytes + kBlockOverhead;
-    }
-    bool do_is_equal(const json::memory_resource& other) const noexcept override { return this == &other; }
-
-    void Spend(std::size_t cost) {
-        if (cost > left_) throw OverBudget();
-        left_ -= cost;
-    }
-
-    void* Cut(std::size_t bytes, std::size_t alignment) {
-        std::size_t skip = (alignment - reinterpret_cast<std::uintptr_t>(free_) % alignment) % alignment;
-        if (!free_ || skip + bytes > room_) {
-            AddChunk();
-            skip = 0;  // a chunk's room starts at its own alignment
-        }
-        char* block = free_ + skip;
-        free_ = block + bytes;
-        room_ -= skip + bytes;
-        return block;
-    }
-
-    void AddChunk() {
-        const std::size_t size = nextChunk_;
-        Spend(size + kBlockOverhead);
-        void* memory = nullptr;
-        try {
-            memory = upstream_->allocate(size, kChunkAlignment);
-        } catch (...) {
-            left_ += size + kBlockOverhead;
-            throw;
-        }
-        auto* chunk = new (memory) Chunk{chunks_, size};
-        chunks_ = chunk;
-        free_ = reinterpret_cast<char*>(chunk + 1);
-        room_ = size - sizeof(Chunk);
-        if (nextChunk_ < kLargestChunk) nextChunk_ *= 2;
-    }
-
-    json::memory_resource* upstream_ = json::storage_ptr().get();
-    std::size_t left_;
-    Chunk* chunks_ = nullptr;
-    char* free_ = nullptr;
-    std::size_t room_ = 0;
-    std::size_t nextChunk_ = kFirstChunk;
-};
-
-std::size_t BudgetFor(json::string_view text) {
-    return 4 * text.size() + (std::size_t(8) << 20);
+// Holds the arena a value lives in (nothing for any other value): every XJson whose value lives in a
+// parse's arena holds it once, so that the arena goes with the last of them.
+void HoldArenaOf(const json::value& value) noexcept {
+    if (ParseArena* arena = ParseArena::Of(value)) arena->Hold();
 }
 
-json::value ParseText(json::string_view text, bool& ok) noexcept {
-    ok = false;
+// Replaces target with source, which keeps its memory resource: assigning a value that lives on another
+// resource (a parse's arena) would copy the whole tree, and could fail half-way.
+void Adopt(json::value& target, json::value&& source) noexcept {
+    ParseArena* const before = ParseArena::Of(target);
+    target.~value();
+    new (&target) json::value(std::move(source));
+    HoldArenaOf(target);
+    if (before) before->Drop();
+}
+
+// Parses text into target, in an arena of its own. Text that is not JSON, or whose tree would outgrow
+// the arena's budget, leaves target null.
+bool ParseInto(json::value& target, json::string_view text) noexcept {
+    ParseArena* const arena = ParseArena::Create(text.size());
+    if (!arena) {
+        Pelmor::NoteMemoryShortage();
+        Adopt(target, json::value());
+        return false;
+    }
+    bool ok = false;
     try {
-        json::parse_options options;
-        options.allow_invalid_utf8 = true;
-        const json::storage_ptr budget = json::make_shared_resource<ParseBudget>(BudgetFor(text));
-        json::parser parser(budget, options);
-        parser.reset(budget);
-        json::error_code ec;
-        parser.write(text.data(), text.size(), ec);
-        if (ec) return json::value();
-        json::value v = parser.release();
-        ok = true;
-        return v;
-    } catch (const OverBudget&) {
-        return json::value();
+        json::value parsed = ParseJson(text, *arena, ok);
+        if (ok) Adopt(target, std::move(parsed));
+    } catch (const ParseArena::OverBudget&) {
+        ok = false;
     } catch (...) {
         Pelmor::NoteMemoryShortage();
-        return json::value();
+        ok = false;
     }
+    if (!ok) Adopt(target, json::value());
+    arena->Drop();
+    return ok;
 }
 
 const json::value* FindMember(const json::value& value, const std::string& key) noexcept {
@@ -321,13 +243,6 @@ XJson FromValue(const json::value& value) noexcept {
     return out;
 }
 
-// Takes the value over with its memory resource: assigning a value that lives on another resource
-// (a parse's budget) would copy the whole tree, and could fail half-way.
-void Adopt(json::value& target, json::value&& source) noexcept {
-    target.~value();
-    new (&target) json::value(std::move(source));
-}
-
 }  // namespace
 
 XJson::XJson() noexcept {
@@ -335,8 +250,7 @@ XJson::XJson() noexcept {
 }
 
 XJson::XJson(const std::string& text) noexcept : XJson() {
-    bool ok;
-    Adopt(JsonValue(*this), ParseText(View(text), ok));
+    ParseInto(JsonValue(*this), View(text));
 }
 
 XJson::XJson(const XJson& other) noexcept : XJson() {
@@ -349,6 +263,7 @@ XJson::XJson(const XJson& other) noexcept : XJson() {
 
 XJson::XJson(XJson&& other) noexcept {
     new (storage_) json::value(std::move(JsonValue(other)));
+    HoldArenaOf(JsonValue(*this));  // other, left null, still lives in the arena and holds it too
 }
 
 XJson& XJson::operator=(const XJson& other) noexcept {
@@ -368,7 +283,9 @@ XJson& XJson::operator=(XJson&& other) noexcept {
 }
 
 XJson::~XJson() {
+    ParseArena* const arena = ParseArena::Of(JsonValue(*this));
     JsonValue(*this).~value();
+    if (arena) arena->Drop();
 }
 
 bool XJson::Parse(const std::string& text) noexcept {
@@ -376,9 +293,9 @@ bool XJson::Parse(const std::string& text) noexcept {
 }
 
 bool XJson::Parse(const char* text, std::size_t length) noexcept {
-    bool ok = false;
-    Adopt(JsonValue(*this), text ? ParseText(json::string_view(text, length), ok) : json::value());
-    return ok;
+    if (text) return ParseInto(JsonValue(*this), json::string_view(text, length));
+    Adopt(JsonValue(*this), json::value());
+    return false;
 }
 
 void XJson::Add(const std::string& key, const std::string& value) noexcept {
@@ -554,7 +471,7 @@ XJson XJson::Take(const std::string& key) noexcept {
     json::value& value = JsonValue(*this);
     if (!value.is_object()) return out;
     if (json::value* member = value.get_object().if_contains(View(key)))
-        Adopt(JsonValue(out), std::move(*member));  // a parsed member lives on its parse's budget: no copy
+        Adopt(JsonValue(out), std::move(*member));  // a parsed member stays in its parse's arena: no copy
     return out;
 }
 

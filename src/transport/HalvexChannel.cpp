@@ -46,7 +46,44 @@ bool IsGatewayFailure(int status) {
     return status == 502 || status == 504;
 }
 
+// The reply document of a body, decoded and decrypted where the body lies: each layer is shorter than
+// the one it comes from and is written over it from the start, so that a reply of any size takes no
+// memory beside its body but its parsed tree.
+XJson DecryptInPlace(QByteArray& body) {
+    if (body.isEmpty()) return XJson();
+    char* const bytes = body.data();
+    std::size_t length = 0;
+    if (!XCrypt::BASE64::DecodeInto(bytes, static_cast<std::size_t>(body.size()), bytes, length))
+        return XJson();
+    length = TextLength(bytes, length);
+    std::string_view data = CompactEnvelopeData(bytes, length);
+    std::string parsedData;
+    if (!data.data()) {
+        XJson parsed;
+        parsed.Parse(bytes, length);
+        if (parsed.IsEmpty()) return XJson();
+        parsedData = parsed.ToString("data");
+        data = parsedData;
+    }
+    // The data's text lies after the start of the envelope, or in a copy of its own: decoding it to the
+    // start never overtakes what is still to be read.
+    if (!XCrypt::BASE64::DecodeInto(data.data(), data.size(), bytes, length)) return XJson();
+    if (!XCrypt::AES::CBC::DecryptInPlace(Key(), Iv(), bytes, length, length)) return XJson();
+    XJson document;
+    document.Parse(bytes, TextLength(bytes, length));
+    return document;
+}
+
 }  // namespace
+
+XJson HalvexHTTP::Decrypt_AES_BASE64(const QByteArray& body) {
+    try {
+        QByteArray own = body;  // made the function's own when written to
+        return DecryptInPlace(own);
+    } catch (...) {
+        return XJson();
+    }
+}
 
 QByteArray HalvexHTTP::Encrypt_BASE64_AES(XJson& document) {
     // The text goes to the cipher as it is rendered: a large document never exists twice.
@@ -55,31 +92,6 @@ QByteArray HalvexHTTP::Encrypt_BASE64_AES(XJson& document) {
             [&writer](const char* piece, std::size_t length) { return writer.Write(piece, length); }))
         return QByteArray();
     return writer.Finish();
-}
-
-XJson HalvexHTTP::Decrypt_AES_BASE64(const QByteArray& body) {
-    try {
-        QByteArray cipher;
-        {
-            const QByteArray envelope = XCrypt::BASE64::Decode(body);
-            const std::size_t length =
-                TextLength(envelope.constData(), static_cast<std::size_t>(envelope.size()));
-            std::string_view data = CompactEnvelopeData(envelope.constData(), length);
-            std::string parsedData;
-            if (!data.data()) {
-                XJson parsed;
-                parsed.Parse(envelope.constData(), length);
-                if (parsed.IsEmpty()) return XJson();
-                parsedData = parsed.ToString("data");
-                data = parsedData;
-            }
-            cipher = XCrypt::BASE64::Decode(data.data(), data.size());
-        }
-        // Each layer is let go as soon as the next exists, so that a large reply is held at most twice.
-        return ParseText(XCrypt::AES::CBC::DecryptPKCS7(Key(), Iv(), std::move(cipher)));
-    } catch (...) {
-        return XJson();
-    }
 }
 
 QByteArray HalvexHTTP::Encrypt_BASE64(XJson& document) {
@@ -124,7 +136,11 @@ bool HalvexHTTP::POST(HalvexReply* reply, const XString& url, XJson document) {
     }
     response.truncate(
         static_cast<int>(TextLength(response.constData(), static_cast<std::size_t>(response.size()))));
-    XJson answer = Decrypt_AES_BASE64(response);
+    XJson answer;
+    try {
+        answer = DecryptInPlace(response);  // the response is this call's own: no copy is made
+    } catch (...) {
+    }
     response.clear();
     if (answer.IsEmpty()) {
         reply->Update(HALVEX_REPLY_DECRYPT_ERROR);

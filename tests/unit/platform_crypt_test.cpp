@@ -74,7 +74,31 @@ TEST(XCryptAes, RoundTripsAnyLength) {
         const QByteArray cipher = XCrypt::AES::CBC::EncryptPKCS7(kKey, kIv, Bytes(plain));
         EXPECT_EQ(cipher.size() % 16, 0);
         EXPECT_EQ(Text(XCrypt::AES::CBC::DecryptPKCS7(kKey, kIv, cipher)), plain) << length;
+        std::string inPlace = Text(cipher);
+        size_t plainLength = 0;
+        EXPECT_TRUE(XCrypt::AES::CBC::DecryptInPlace(kKey, kIv, &inPlace[0], inPlace.size(), plainLength));
+        EXPECT_EQ(inPlace.substr(0, plainLength), plain) << length;
     }
+}
+
+// Each thread keeps its cipher set up for the last key it used: another key in between must be set up
+// afresh, and the first one again after it.
+TEST(XCryptAes, KeysTakeTurnsOnOneThread) {
+    const auto* otherKey = reinterpret_cast<const unsigned char*>("00000000001111111111222222222233");
+    const QByteArray plain = Bytes("0123456789abcdef");
+    const QByteArray first = XCrypt::AES::CBC::EncryptPKCS7(kKey, kIv, plain);
+    const QByteArray other = XCrypt::AES::CBC::EncryptPKCS7(otherKey, kIv, plain);
+    EXPECT_NE(first, other);
+    EXPECT_EQ(Text(first),
+              Text(XCrypt::BASE64::Decode(Bytes("vb78h8zvwUjl2K7T2HnvL/dCs+rmzIevTwu6lAwkVCY="))));
+    EXPECT_EQ(XCrypt::AES::CBC::EncryptPKCS7(kKey, kIv, plain), first);
+    EXPECT_EQ(XCrypt::AES::CBC::DecryptPKCS7(otherKey, kIv, other), plain);
+    EXPECT_NE(XCrypt::AES::CBC::DecryptPKCS7(kKey, kIv, other), plain);
+    EXPECT_EQ(XCrypt::AES::CBC::DecryptPKCS7(kKey, kIv, first), plain);
+    std::string inPlace = Text(other);
+    size_t length = 0;
+    ASSERT_TRUE(XCrypt::AES::CBC::DecryptInPlace(otherKey, kIv, &inPlace[0], inPlace.size(), length));
+    EXPECT_EQ(inPlace.substr(0, length), Text(plain));
 }
 
 TEST(XCryptAes, EncryptorInPiecesGivesTheWholeCipher) {
@@ -113,6 +137,10 @@ TEST(XCryptAes, DamagedCipherTextDecryptsToEmpty) {
     flipped[flipped.size() - 1] = static_cast<char>(flipped[flipped.size() - 1] ^ 0x55);
     EXPECT_TRUE(XCrypt::AES::CBC::DecryptPKCS7(kKey, kIv, flipped).isEmpty());
     EXPECT_TRUE(XCrypt::AES::CBC::DecryptPKCS7(nullptr, kIv, cipher).isEmpty());
+    size_t plainLength = 0;
+    for (QByteArray damaged : {cipher.left(cipher.size() - 1), cipher.left(16), flipped})
+        EXPECT_FALSE(XCrypt::AES::CBC::DecryptInPlace(kKey, kIv, damaged.data(),
+                                                      static_cast<size_t>(damaged.size()), plainLength));
 }
 
 TEST(XCryptBase64, MatchesTheStandardEncoding) {
@@ -139,6 +167,18 @@ TEST(XCryptBase64, AgreesWithOpensslForEveryLengthAndAnySplit) {
         EXPECT_EQ(Text(XCrypt::BASE64::Encode(bytes.data(), bytes.size())), expected) << length;
         if (length > 0) {
             EXPECT_EQ(Text(XCrypt::BASE64::Decode(Bytes(expected))), bytes) << length;
+            // Into exactly the room it needs (the sanitizers see a byte written past it), over the text
+            // itself, and from a text that lies further on in the same buffer.
+            std::vector<char> exact(expected.size() / 4 * 3);
+            size_t written = 0;
+            EXPECT_TRUE(XCrypt::BASE64::DecodeInto(expected.data(), expected.size(), exact.data(), written));
+            EXPECT_EQ(std::string(exact.data(), written), bytes) << length;
+            std::string shared = "{\"data\":\"" + expected;
+            EXPECT_TRUE(XCrypt::BASE64::DecodeInto(shared.data() + 9, expected.size(), &shared[0], written));
+            EXPECT_EQ(shared.substr(0, written), bytes) << length;
+            std::string self = expected;
+            EXPECT_TRUE(XCrypt::BASE64::DecodeInto(self.data(), self.size(), &self[0], written));
+            EXPECT_EQ(self.substr(0, written), bytes) << length;
         }
         for (size_t piece : {1u, 2u, 4u, 7u, 4096u}) {
             XCrypt::BASE64::Encoder encoder;

@@ -16,6 +16,10 @@ PELMOR_PLATFORM_API QByteArray EncryptPKCS7(const unsigned char* key, const unsi
                                             QByteArray data);
 PELMOR_PLATFORM_API QByteArray DecryptPKCS7(const unsigned char* key, const unsigned char* iv,
                                             QByteArray data);
+// DecryptPKCS7 where the data lies: the plain text takes the cipher text's place from its start, and
+// plainLength its length. False on any failure, which leaves the bytes undefined.
+PELMOR_PLATFORM_API bool DecryptInPlace(const unsigned char* key, const unsigned char* iv, char* data,
+                                        std::size_t length, std::size_t& plainLength) noexcept;
 
 // EncryptPKCS7 for data that arrives in pieces, so that no whole copy of it is needed: the pieces of
 // output, joined, are what EncryptPKCS7 gives for the joined input.
@@ -48,6 +52,11 @@ PELMOR_PLATFORM_API QByteArray Encode(const QByteArray& data);
 PELMOR_PLATFORM_API QByteArray Encode(const char* data, std::size_t length);
 PELMOR_PLATFORM_API QByteArray Decode(const QByteArray& text);
 PELMOR_PLATFORM_API QByteArray Decode(const char* text, std::size_t length);
+// Decode into out, which needs room for length / 4 * 3 bytes and may be text itself, or lie before it:
+// decoding runs forward and never writes past what it has read. False for text that is not Base64, which
+// leaves out undefined.
+PELMOR_PLATFORM_API bool DecodeInto(const char* text, std::size_t length, char* out,
+                                    std::size_t& written) noexcept;
 
 // Encode for data that arrives in pieces: the joined output equals Encode of the joined input. Holds at
 // most two bytes between calls and allocates nothing.
