@@ -75,6 +75,27 @@ inline bool NeedsEscape(unsigned char c) {
     return c < 0x20 || c == '"' || c == '\\';
 }
 
+inline bool WordHasSpecial(std::uint64_t word, bool stopAboveAscii) {
+    return WordNeedsEscape(word) || (stopAboveAscii && (word & kHighs) != 0);
+}
+
+// Whether a text of 4 to 15 bytes holds a byte that cannot be copied as it stands, from two loads that
+// overlap in the middle and together cover it all.
+inline bool ShortTextHasSpecial(const unsigned char* bytes, std::size_t length, bool stopAboveAscii) {
+    if (length >= 8) {
+        std::uint64_t first;
+        std::uint64_t last;
+        std::memcpy(&first, bytes, sizeof first);
+        std::memcpy(&last, bytes + length - sizeof last, sizeof last);
+        return WordHasSpecial(first, stopAboveAscii) || WordHasSpecial(last, stopAboveAscii);
+    }
+    std::uint32_t first;
+    std::uint32_t last;
+    std::memcpy(&first, bytes, sizeof first);
+    std::memcpy(&last, bytes + length - sizeof last, sizeof last);
+    return WordHasSpecial(first | static_cast<std::uint64_t>(last) << 32, stopAboveAscii);
+}
+
 void WriteEscape(PieceWriter& out, unsigned char c) {
     char escape[6] = {'\\', 0, 0, 0, 0, 0};
     switch (c) {
@@ -130,21 +151,26 @@ std::size_t FindSpecial(const unsigned char* bytes, std::size_t length, bool sto
         const unsigned mask = specials(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i)));
         if (mask != 0) return i + static_cast<std::size_t>(__builtin_ctz(mask));
     }
-    // The last few bytes (all of a short key or text) in one step too, from a copy padded with spaces,
-    // which need no escape: reading past the text itself would leave memory it owns.
-    if (i < length) {
-        alignas(16) unsigned char tail[16];
-        std::memset(tail, ' ', sizeof tail);
-        std::memcpy(tail, bytes + i, length - i);
-        const unsigned mask = specials(_mm_load_si128(reinterpret_cast<const __m128i*>(tail)));
+    if (i == length) return length;
+    // The last few bytes in one step too. A text of sixteen bytes or more: its last sixteen, overlapping
+    // what was scanned, so that the load stays inside the text.
+    if (length >= 16) {
+        const std::size_t start = length - 16;
+        const unsigned mask =
+            specials(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + start))) >> (i - start);
         return mask != 0 ? i + static_cast<std::size_t>(__builtin_ctz(mask)) : length;
     }
+    // A shorter one (most keys and many texts): two overlapping words say whether anything is there; a
+    // copy into a padded vector instead would stall on loading what was just stored.
+    if (length >= 4 && !ShortTextHasSpecial(bytes, length, stopAboveAscii)) return length;
+    for (; i < length; ++i)
+        if (NeedsEscape(bytes[i]) || (stopAboveAscii && bytes[i] >= 0x80)) return i;
     return length;
 #else
     for (; i + sizeof(std::uint64_t) <= length; i += sizeof(std::uint64_t)) {
         std::uint64_t word;
         std::memcpy(&word, bytes + i, sizeof word);
-        if (WordNeedsEscape(word) || (stopAboveAscii && (word & kHighs) != 0)) break;
+        if (WordHasSpecial(word, stopAboveAscii)) break;
     }
     for (; i < length; ++i)
         if (NeedsEscape(bytes[i]) || (stopAboveAscii && bytes[i] >= 0x80)) return i;
