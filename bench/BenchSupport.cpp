@@ -69,6 +69,31 @@ int ServicePost(const std::string& body, std::string* answer) {
     return Request(PelmorSocketHelper::RequestAddress().ToUtf8(), &body, answer);
 }
 
+RawPost::RawPost(std::string body)
+    : body_(std::move(body)), url_(PelmorSocketHelper::RequestAddress().ToUtf8()), curl_(curl_easy_init()) {
+    headers_ = curl_slist_append(headers_, "Content-Type: text/plain");
+    headers_ = curl_slist_append(headers_, "Expect:");
+    curl_easy_setopt(curl_, CURLOPT_URL, url_.c_str());
+    curl_easy_setopt(curl_, CURLOPT_HTTPHEADER, headers_);
+    curl_easy_setopt(curl_, CURLOPT_POSTFIELDS, body_.data());
+    curl_easy_setopt(curl_, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body_.size()));
+    curl_easy_setopt(curl_, CURLOPT_WRITEFUNCTION, Collect);
+    curl_easy_setopt(curl_, CURLOPT_WRITEDATA, &response_);
+    curl_easy_setopt(curl_, CURLOPT_TIMEOUT, 30L);
+}
+
+RawPost::~RawPost() {
+    curl_slist_free_all(headers_);
+    curl_easy_cleanup(curl_);
+}
+
+bool RawPost::operator()() {
+    response_.clear();
+    long status = 0;
+    return curl_ && !body_.empty() && curl_easy_perform(curl_) == CURLE_OK &&
+           curl_easy_getinfo(curl_, CURLINFO_RESPONSE_CODE, &status) == CURLE_OK && status == 200;
+}
+
 std::string ConfigurationRequestBody() {
     XJson document = PelmorSocketHelper::BuildJson("client.config", XJson());
     const QByteArray body = HalvexHTTP::Encrypt_BASE64_AES(document);

@@ -7,6 +7,7 @@
 #include <pelmor/PelmorSocket.h>
 #include <pelmor/PelmorSocketInterface.h>
 
+#include <curl/curl.h>
 #include <QByteArray>
 #include <memory>
 #include <string>
@@ -24,6 +25,27 @@ int EmulatorGet(const std::string& path, std::string* answer);
 
 // A bare POST of body to the service address the library uses; the HTTP status.
 int ServicePost(const std::string& body, std::string* answer);
+
+// A bare keep-alive POST of one body to the service address, with the headers the library sends: the floor
+// the library is measured against. One handle, kept for every call.
+class RawPost {
+  public:
+    explicit RawPost(std::string body);
+    ~RawPost();
+    RawPost(const RawPost&) = delete;
+    RawPost& operator=(const RawPost&) = delete;
+
+    // Sends the body once; true when the service answered 200.
+    bool operator()();
+    const std::string& Response() const { return response_; }
+
+  private:
+    std::string body_;
+    std::string url_;
+    std::string response_;
+    CURL* curl_;
+    curl_slist* headers_ = nullptr;
+};
 
 // The body the library sends for the configuration fetch.
 std::string ConfigurationRequestBody();

@@ -2,7 +2,6 @@
 // POST of the identical body on one kept-alive handle, for the configuration fetch and for a real-sized
 // VerifyDevice (complete handset, 4 KiB file), and that VerifyDevice from one and from two threads.
 #include <benchmark/benchmark.h>
-#include <curl/curl.h>
 #include <pelmor/PelmorSocket.h>
 
 #include <string>
@@ -65,43 +64,22 @@ BENCHMARK(BM_Library_VerifyDevice)
     ->Threads(2)
     ->UseRealTime();
 
-std::size_t Collect(char* data, std::size_t size, std::size_t count, void* out) {
-    static_cast<std::string*>(out)->append(data, size * count);
-    return size * count;
-}
-
-// A bare keep-alive POST of body, with the headers the library sends.
+// The bare POST of body, the same headers on one kept-alive handle.
 void RawPost(benchmark::State& state, const std::string& body) {
     if (body.empty()) {
         state.SkipWithError("no request body to send: is pelmor-emulator running on " PELMOR_SERVICE_HOST
                             "?");
         return;
     }
-    const std::string url = PelmorSocketHelper::RequestAddress().ToUtf8();
-    CURL* curl = curl_easy_init();
-    curl_slist* headers = curl_slist_append(nullptr, "Content-Type: text/plain");
-    headers = curl_slist_append(headers, "Expect:");
-    std::string response;
-    curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
-    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers);
-    curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.data());
-    curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, Collect);
-    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &response);
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT, 30L);
+    Bench::RawPost post(body);
     for (auto _ : state) {
-        response.clear();
-        long status = 0;
-        if (curl_easy_perform(curl) != CURLE_OK ||
-            curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status) != CURLE_OK || status != 200) {
+        if (!post()) {
             state.SkipWithError("POST failed: is pelmor-emulator running on " PELMOR_SERVICE_HOST "?");
             break;
         }
-        benchmark::DoNotOptimize(response.data());
+        benchmark::DoNotOptimize(post.Response().data());
     }
     CountRequests(state);
-    curl_slist_free_all(headers);
-    curl_easy_cleanup(curl);
 }
 
 void BM_RawCurl_ConfigurationFetch(benchmark::State& state) {

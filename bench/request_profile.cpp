@@ -8,8 +8,6 @@
 // every text of the report, so that work moved from filling a record into its getters is seen), config the
 // configuration fetch; raw-* a bare keep-alive libcurl POST of the same body, the floor that no client can go
 // below.
-#include <curl/curl.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -64,48 +62,6 @@ bool Verify(bool readEveryText) {
     return ok;
 }
 
-std::size_t Collect(char* data, std::size_t size, std::size_t count, void* out) {
-    static_cast<std::string*>(out)->append(data, size * count);
-    return size * count;
-}
-
-// The same bare POST as bench_loopback's: one kept-alive handle, the library's headers.
-class RawPost {
-  public:
-    explicit RawPost(std::string body)
-        : body_(std::move(body)), url_(PelmorSocketHelper::RequestAddress().ToUtf8()) {
-        headers_ = curl_slist_append(headers_, "Content-Type: text/plain");
-        headers_ = curl_slist_append(headers_, "Expect:");
-        curl_easy_setopt(curl_, CURLOPT_URL, url_.c_str());
-        curl_easy_setopt(curl_, CURLOPT_HTTPHEADER, headers_);
-        curl_easy_setopt(curl_, CURLOPT_POSTFIELDS, body_.data());
-        curl_easy_setopt(curl_, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body_.size()));
-        curl_easy_setopt(curl_, CURLOPT_WRITEFUNCTION, Collect);
-        curl_easy_setopt(curl_, CURLOPT_WRITEDATA, &response_);
-        curl_easy_setopt(curl_, CURLOPT_TIMEOUT, 30L);
-    }
-    ~RawPost() {
-        curl_slist_free_all(headers_);
-        curl_easy_cleanup(curl_);
-    }
-    RawPost(const RawPost&) = delete;
-    RawPost& operator=(const RawPost&) = delete;
-
-    bool operator()() {
-        response_.clear();
-        long status = 0;
-        return !body_.empty() && curl_easy_perform(curl_) == CURLE_OK &&
-               curl_easy_getinfo(curl_, CURLINFO_RESPONSE_CODE, &status) == CURLE_OK && status == 200;
-    }
-
-  private:
-    std::string body_;
-    std::string url_;
-    std::string response_;
-    CURL* curl_ = curl_easy_init();
-    curl_slist* headers_ = nullptr;
-};
-
 // What callgrind counts; kept out of line so that its name is there to match.
 __attribute__((noinline)) bool Measured(const std::function<bool()>& request, int count) {
     bool ok = true;
@@ -120,7 +76,7 @@ int main(int argc, char** argv) {
     const std::string kind = argc > 1 ? argv[1] : "";
     const int count = argc > 2 ? std::atoi(argv[2]) : 100;
     std::function<bool()> request;
-    std::unique_ptr<RawPost> raw;
+    std::unique_ptr<Bench::RawPost> raw;
     if (kind == "verify") {
         request = [] { return Verify(false); };
     } else if (kind == "verify-read") {
@@ -128,9 +84,9 @@ int main(int argc, char** argv) {
     } else if (kind == "config") {
         request = Configuration;
     } else if (kind == "raw-verify") {
-        raw = std::make_unique<RawPost>(Verify(false) ? Bench::LastRequestBody() : std::string());
+        raw = std::make_unique<Bench::RawPost>(Verify(false) ? Bench::LastRequestBody() : std::string());
     } else if (kind == "raw-config") {
-        raw = std::make_unique<RawPost>(Bench::ConfigurationRequestBody());
+        raw = std::make_unique<Bench::RawPost>(Bench::ConfigurationRequestBody());
     } else {
         std::fprintf(stderr, "usage: request_profile verify|verify-read|config|raw-verify|raw-config [N]\n");
         return 2;
