@@ -28,7 +28,8 @@ class JsonFastReader {
 
     // True when the text was one document the handler now holds; false when the reader gave up.
     bool Read() {
-        // No text, key, object or array can then be longer than the general parser takes.
+        // A shorter text holds no string, key, object or array larger than the general parser takes, so
+        // nothing below needs to count sizes. (Decoding never makes a text longer.)
         if (static_cast<std::size_t>(end_ - begin_) > kLongestText) return false;
         const char* p = begin_;
         const char c = Peek(p);
@@ -138,7 +139,8 @@ class JsonFastReader {
                 p = Text<true>(p + 1);
                 if (!p || Peek(p) != ':') return nullptr;
                 ++p;
-                p = Member(p, Peek(p), depth);
+                c = Peek(p);  // moves p: not in the call below, whose arguments have no order
+                p = Member(p, c, depth);
                 if (!p) return nullptr;
                 ++members;
                 c = Peek(p);

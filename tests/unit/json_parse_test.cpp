@@ -272,7 +272,8 @@ TEST(JsonParse, ShapesAndWhatIsNotJson) {
              // Not JSON.
              "", " ", "{", "[1,", R"({"a":)", R"({"a" 1})", "[1,]", R"({"a":1,})", "{} x", "1 2", "[1]]",
              "/* c */ {}", "{} // c", "tru", "nul", "{'a':1}", R"({"a":1}{"b":2})", "\xef\xbb\xbf{}", "truex",
-             "[true false]", R"({"a"})", "{1:2}", "[,1]", "{,}", "]", R"("a""b")",
+             "[true false]", R"({"a"})", "{1:2}", "[,1]", "{,}", "]", R"("a""b")", R"({"a": []]})",
+             R"({ "a" : [ ] , "b" : { "c" : "d" } , "e" : 1 })",
              // Only four bytes are space between tokens.
              "\f[]", "[\v1]", std::string("[1\0]", 4), "\xc2\xa0[]", std::string("[]\0", 3)})
         ExpectParsedAsBoostDoes(text);
