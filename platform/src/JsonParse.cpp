@@ -60,7 +60,9 @@ class TreeBuilder {
         Keep(s);
         return true;
     }
-    bool on_key(json::string_view s, std::size_t, json::error_code&) {
+    // Texts and keys are most of a document: their two handlers are inlined into the readers, whatever the
+    // compiler makes of their size: the calls were about a twentieth of a parse.
+    [[gnu::always_inline]] bool on_key(json::string_view s, std::size_t, json::error_code&) {
         Room();
         if (kept_ == 0) {
             json::detail::access::construct_value(top_, json::detail::key_t{}, s, storage_);
@@ -75,7 +77,7 @@ class TreeBuilder {
         Keep(s);
         return true;
     }
-    bool on_string(json::string_view s, std::size_t, json::error_code&) {
+    [[gnu::always_inline]] bool on_string(json::string_view s, std::size_t, json::error_code&) {
         Room();
         if (kept_ == 0) {
             new (top_) json::value(s, storage_);
