@@ -13,6 +13,7 @@
 
 #include "EmulatorControl.h"
 #include "ProcessRun.h"
+#include "TestData.h"
 
 extern char** environ;
 
@@ -52,12 +53,7 @@ class CliTest : public ::testing::Test {
         return XJson(body).ToString("code");
     }
 
-    XJson SavedState() const {
-        std::ifstream in(home_ + "/config/pelmor/state.json");
-        std::stringstream text;
-        text << in.rdbuf();
-        return XJson(text.str());
-    }
+    XJson SavedState() const { return XJson(ReadFile(home_ + "/config/pelmor/state.json")); }
     std::string SavedToken() const { return SavedState()["standard"].ToString("token"); }
 
     std::string home_;

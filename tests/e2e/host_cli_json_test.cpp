@@ -11,13 +11,6 @@ namespace json = boost::json;
 
 namespace {
 
-std::string ReadFile(const char* path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 const JsonSchemaCheck& Schema() {
     static const JsonSchemaCheck schema(json::parse(ReadFile(PELMOR_JSON_SCHEMA)));
     return schema;

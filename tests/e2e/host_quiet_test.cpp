@@ -6,12 +6,11 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 
 #include "LoopbackServer.h"
+#include "TestData.h"
 
 namespace {
 
@@ -60,11 +59,9 @@ std::string Captured(const std::function<void()>& work) {
     close(savedOut);
     close(savedErr);
     close(file);
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
+    const std::string text = ReadFile(path);
     unlink(path);
-    return text.str();
+    return text;
 }
 
 TEST(Quiet, NothingReachesTheHostsTerminalUnasked) {
@@ -77,11 +74,9 @@ TEST(Quiet, PelmorLogNamesAFileForTheLogLines) {
     close(mkstemp(path));
     setenv("PELMOR_LOG", path, 1);
     EXPECT_EQ(Captured(LoadFetchUnload), "") << "the file, not the terminal";
-    std::ifstream in(path);
-    std::stringstream log;
-    log << in.rdbuf();
+    const std::string log = ReadFile(path);
     unlink(path);
-    EXPECT_NE(log.str().find("Halvex_Dynamic_Library_Init\n"), std::string::npos) << log.str();
+    EXPECT_NE(log.find("Halvex_Dynamic_Library_Init\n"), std::string::npos) << log;
 }
 
 TEST(Quiet, PelmorLogStderrWritesThere) {
