@@ -48,9 +48,7 @@ class CliTest : public ::testing::Test {
     }
 
     static std::string SmsCode(const std::string& mobile) {
-        std::string body;
-        EXPECT_EQ(EmulatorControl::Get("/_emulator/sms?mobile=" + mobile, &body), 200);
-        return XJson(body).ToString("code");
+        return EmulatorControl::GetJson("/_emulator/sms?mobile=" + mobile).ToString("code");
     }
 
     XJson SavedState() const { return XJson(ReadFile(home_ + "/config/pelmor/state.json")); }

@@ -148,9 +148,7 @@ TEST_F(CliJson, EveryCommandPrintsOneDocumentOfTheContract) {
     // The answer is typed when the captcha has been shown, as a person at the prompt would.
     Run({"coverage", kHandset}, 0, [](const std::string& err) {
         if (err.find("captcha answer:") == std::string::npos) return std::string();
-        std::string body;
-        EmulatorControl::Get("/_emulator/coverage/captcha", &body);
-        return XJson(body).ToString("answer") + "\n";
+        return EmulatorControl::GetJson("/_emulator/coverage/captcha").ToString("answer") + "\n";
     });
     Run({"logout"});
 

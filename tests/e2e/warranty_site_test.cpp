@@ -33,9 +33,7 @@ std::unique_ptr<CDeviceFile> DeviceWith(const std::string& member, const std::st
 
 // What the emulator tells tests about the newest captcha: session, cookie, answer, token.
 XJson Captcha() {
-    std::string body;
-    EXPECT_EQ(EmulatorControl::Get("/_emulator/coverage/captcha", &body), 200) << body;
-    return XJson(body);
+    return EmulatorControl::GetJson("/_emulator/coverage/captcha");
 }
 
 // The coverage-site requests since the last reset, oldest first.

@@ -55,10 +55,14 @@ void Reset() {
     EXPECT_EQ(Post("/_emulator/reset", "{}"), 200) << "is pelmor-emulator running?";
 }
 
-XJson Log() {
+XJson GetJson(const std::string& path) {
     std::string body;
-    EXPECT_EQ(Get("/_emulator/log", &body), 200);
+    EXPECT_EQ(Get(path, &body), 200) << path << " -> " << body;
     return XJson(body);
+}
+
+XJson Log() {
+    return GetJson("/_emulator/log");
 }
 
 XJson LastRequest() {
