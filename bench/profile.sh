@@ -5,7 +5,8 @@
 #   BUILD_DIR=build-bench bench/profile.sh [--port N] [KIND...]   KIND: verify verify-read config raw-verify raw-config
 #
 # BUILD_DIR must hold request_profile and pelmor-emulator, configured for the port (default 18090).
-# Each profile is kept as /tmp/request-profile.KIND.out for callgrind_annotate.
+# Each profile is kept as /tmp/request-profile.PORT.KIND.out for callgrind_annotate (the port keeps
+# parallel runs from different trees apart).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -33,7 +34,7 @@ for _ in $(seq 100); do port_open && break; sleep 0.1; done
 
 count=100
 for kind in "${kinds[@]}"; do
-    out=/tmp/request-profile.$kind.out
+    out=/tmp/request-profile.$port.$kind.out
     rm -f "$out"
     total=$(valgrind --tool=callgrind --toggle-collect='*Measured*' --callgrind-out-file="$out" \
         "$build/bench/request_profile" "$kind" "$count" 2>&1 >/dev/null | awk '/Collected/ {print $4}')

@@ -7,6 +7,7 @@
 
 #include <QByteArray>
 #include <functional>
+#include <string_view>
 
 // The library's HTTP side. The encrypted channel to the service is internal; the plain GET and POST and
 // the two steps of the warranty-coverage site are exported for hosts. Every operation is static.
@@ -27,10 +28,14 @@ class HalvexHTTP {
     static XJson Decrypt_BASE64(const QByteArray& body);
 
     // Posts one document and fills reply. True when a reply document came back and was stored, whatever
-    // the service's own code; false with a local code (1 to 5) in reply otherwise.
-    static bool POST(HalvexReply* reply, const XString& url, XJson document);
+    // the service's own code; false with a local code (1 to 5) in reply otherwise. paramsInfo, when not
+    // empty, is JSON text sent as the "info" member of the document's "params" in place of what that
+    // member holds: a device description is written as text rather than built as a tree.
+    static bool POST(HalvexReply* reply, const XString& url, XJson document,
+                     std::string_view paramsInfo = {});
     // The same to base + path, joined with nothing in between.
-    static bool POST(HalvexReply* reply, const XString& base, const XString& path, XJson document);
+    static bool POST(HalvexReply* reply, const XString& base, const XString& path, XJson document,
+                     std::string_view paramsInfo = {});
 
     // --- Plain HTTP for hosts ---
 

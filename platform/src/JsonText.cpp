@@ -17,47 +17,6 @@ namespace json = boost::json;
 
 namespace {
 
-using Sink = std::function<bool(const char*, std::size_t)>;
-
-// Collects small writes into pieces; long runs go to the sink directly.
-class PieceWriter {
-  public:
-    explicit PieceWriter(const Sink& sink) : sink_(sink) {}
-
-    void Put(const char* text, std::size_t length) {
-        if (!ok_) return;
-        if (length > sizeof buffer_ / 2) {
-            Flush();
-            ok_ = ok_ && sink_(text, length);
-            return;
-        }
-        if (used_ + length > sizeof buffer_) Flush();
-        std::memcpy(buffer_ + used_, text, length);
-        used_ += length;
-    }
-    // Single characters (quotes, commas, colons) are a third of all writes: no call of memcpy for them.
-    void Put(char c) {
-        if (used_ == sizeof buffer_) Flush();
-        buffer_[used_++] = c;
-    }
-
-    bool Finish() {
-        Flush();
-        return ok_;
-    }
-
-  private:
-    void Flush() {
-        if (ok_ && used_ > 0) ok_ = sink_(buffer_, used_);
-        used_ = 0;
-    }
-
-    const Sink& sink_;
-    char buffer_[16 * 1024];
-    std::size_t used_ = 0;
-    bool ok_ = true;
-};
-
 constexpr std::uint64_t kOnes = 0x0101010101010101ull;
 constexpr std::uint64_t kHighs = 0x8080808080808080ull;
 
@@ -96,7 +55,7 @@ inline bool ShortTextHasSpecial(const unsigned char* bytes, std::size_t length, 
     return WordHasSpecial(first | static_cast<std::uint64_t>(last) << 32, stopAboveAscii);
 }
 
-void WriteEscape(PieceWriter& out, unsigned char c) {
+void WriteEscape(JsonPieceWriter& out, unsigned char c) {
     char escape[6] = {'\\', 0, 0, 0, 0, 0};
     switch (c) {
         case '"':
@@ -181,7 +140,7 @@ std::size_t FindSpecial(const unsigned char* bytes, std::size_t length, bool sto
 // A string's characters, escaped. Text that is not valid UTF-8 (only a parsed value can hold it) goes out
 // with U+FFFD for each bad sequence: the check starts at the first byte above ASCII, so the usual all-ASCII
 // text is read once, by the escape scan itself.
-void WriteCharacters(PieceWriter& out, json::string_view text, bool knownValid) {
+void WriteCharacters(JsonPieceWriter& out, json::string_view text, bool knownValid) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
     const std::size_t length = text.size();
     std::size_t runStart = 0;
@@ -206,11 +165,17 @@ void WriteCharacters(PieceWriter& out, json::string_view text, bool knownValid) 
     out.Put(text.data() + runStart, length - runStart);
 }
 
-void WriteString(PieceWriter& out, json::string_view text) {
+void WriteString(JsonPieceWriter& out, json::string_view text) {
     out.Put('"');
     WriteCharacters(out, text, false);
     out.Put('"');
 }
+
+// The one value of a document written as given text instead of from the tree; none when null.
+struct Verbatim {
+    const json::value* at = nullptr;
+    std::string_view text;
+};
 
 // Keys are short and nearly always ASCII: their bytes are or-ed together here, and only a key with a byte
 // above ASCII goes to the full check.
@@ -239,13 +204,11 @@ json::object WithMendedKeys(const json::object& object) {
 
 // Numbers, booleans and null as the library's own serializer writes them. Integers and literals, nearly
 // all of a request's scalars, are written here without setting up a serializer each.
-void WriteScalar(PieceWriter& out, const json::value& value) {
+void WriteScalar(JsonPieceWriter& out, const json::value& value) {
     char digits[24];
     switch (value.kind()) {
         case json::kind::int64:
-            out.Put(digits,
-                    static_cast<std::size_t>(
-                        std::to_chars(digits, digits + sizeof digits, value.get_int64()).ptr - digits));
+            WriteJsonInteger(out, value.get_int64());
             return;
         case json::kind::uint64:
             out.Put(digits,
@@ -270,7 +233,11 @@ void WriteScalar(PieceWriter& out, const json::value& value) {
     }
 }
 
-void WriteValue(PieceWriter& out, const json::value& value) {
+void WriteValue(JsonPieceWriter& out, const json::value& value, const Verbatim& verbatim) {
+    if (&value == verbatim.at) {
+        out.Put(verbatim.text.data(), verbatim.text.size());
+        return;
+    }
     switch (value.kind()) {
         case json::kind::string:
             WriteString(out, value.get_string());
@@ -281,14 +248,14 @@ void WriteValue(PieceWriter& out, const json::value& value) {
             for (const json::value& element : value.get_array()) {
                 if (!first) out.Put(',');
                 first = false;
-                WriteValue(out, element);
+                WriteValue(out, element, verbatim);
             }
             out.Put(']');
             return;
         }
         case json::kind::object: {
             if (HasInvalidKey(value.get_object())) {
-                WriteValue(out, json::value(WithMendedKeys(value.get_object())));
+                WriteValue(out, json::value(WithMendedKeys(value.get_object())), verbatim);
                 return;
             }
             out.Put('{');
@@ -298,7 +265,7 @@ void WriteValue(PieceWriter& out, const json::value& value) {
                 first = false;
                 WriteString(out, member.key());
                 out.Put(':');
-                WriteValue(out, member.value());
+                WriteValue(out, member.value(), verbatim);
             }
             out.Put('}');
             return;
@@ -315,10 +282,27 @@ void WriteValue(PieceWriter& out, const json::value& value) {
 
 }  // namespace
 
-bool RenderJson(const json::value& value, const Sink& sink) {
-    PieceWriter out(sink);
-    WriteValue(out, value);
+bool RenderJson(const json::value& value, const JsonSink& sink) {
+    return RenderJson(value, sink, nullptr, std::string_view());
+}
+
+bool RenderJson(const json::value& value, const JsonSink& sink, const json::value* verbatimAt,
+                std::string_view verbatim) {
+    JsonPieceWriter out(sink);
+    WriteValue(out, value, Verbatim{verbatimAt, verbatim});
     return out.Finish();
+}
+
+void WriteJsonString(JsonPieceWriter& out, std::string_view text, bool knownValid) {
+    out.Put('"');
+    WriteCharacters(out, json::string_view(text.data(), text.size()), knownValid);
+    out.Put('"');
+}
+
+void WriteJsonInteger(JsonPieceWriter& out, long long number) {
+    char digits[24];
+    out.Put(digits,
+            static_cast<std::size_t>(std::to_chars(digits, digits + sizeof digits, number).ptr - digits));
 }
 
 std::size_t ApproximateJsonLength(const json::value& value) noexcept {

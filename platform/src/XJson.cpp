@@ -545,11 +545,16 @@ std::string XJson::ToJson() const noexcept {
 }
 
 bool XJson::Render(const std::function<bool(const char*, std::size_t)>& sink) const noexcept {
+    return Render(sink, NoValue(), std::string_view());
+}
+
+bool XJson::Render(const std::function<bool(const char*, std::size_t)>& sink, const XJson& at,
+                   std::string_view verbatim) const noexcept {
     try {
         const json::value& value = JsonValue(*this);
         if (value.is_null()) return sink("{}", 2);
         // Parsed replies may carry invalid UTF-8; what we render is always valid JSON.
-        return RenderJson(value, sink);
+        return RenderJson(value, sink, &JsonValue(at), verbatim);
     } catch (...) {
         Pelmor::NoteMemoryShortage();
         return false;

@@ -1,8 +1,10 @@
-// XJson::AddMembers: an object of many members built in one go instead of one insertion at a time.
+// XJson::AddMembers: an object of many members built in one go instead of one insertion at a time; and
+// XJson::MembersJson, the text of such an object written without building it.
 #include <boost/json/value_stack.hpp>
 #include <string>
 #include <string_view>
 
+#include "JsonText.h"
 #include "Utf8Encoding.h"
 #include "XJsonValue.h"
 #include "pelmor/platform/MemoryShortage.h"
@@ -35,16 +37,18 @@ void PushUtf8(std::string_view text, const Push& push) {
     push(json::string_view(mended.data(), mended.size()));
 }
 
-void PushWide(json::value_stack& stack, const XString& text) {
+// Wide text handed on as UTF-8, which the encoding makes valid.
+template <typename Push>
+void PushWide(const XString& text, const Push& push) {
     const std::size_t bytes = Utf8::Length(text.data(), text.size());
     if (bytes <= kTextRoom) {
         char room[kTextRoom];
         Utf8::Encode(room, text.data(), text.size(), bytes);
-        return stack.push_string(json::string_view(room, bytes));
+        return push(std::string_view(room, bytes));
     }
     std::string encoded(bytes, '\0');
     Utf8::Encode(&encoded[0], text.data(), text.size(), bytes);
-    stack.push_string(json::string_view(encoded.data(), encoded.size()));
+    push(std::string_view(encoded));
 }
 
 }  // namespace
@@ -60,7 +64,9 @@ void XJson::AddMembers(std::initializer_list<XJsonMember> members) noexcept {
             PushUtf8(member.key_, [&stack](json::string_view key) { stack.push_key(key); });
             switch (member.kind_) {
                 case XJsonMember::Kind::kWide:
-                    PushWide(stack, *member.wide_);
+                    PushWide(*member.wide_, [&stack](std::string_view text) {
+                        stack.push_string(json::string_view(text.data(), text.size()));
+                    });
                     break;
                 case XJsonMember::Kind::kUtf8:
                     PushUtf8(member.utf8_, [&stack](json::string_view text) { stack.push_string(text); });
@@ -86,4 +92,41 @@ void XJson::AddMembers(std::initializer_list<XJsonMember> members) noexcept {
     } catch (...) {
         Pelmor::NoteMemoryShortage();
     }
+}
+
+std::string XJson::MembersJson(std::initializer_list<XJsonMember> members) noexcept {
+    try {
+        std::string text;
+        const JsonSink sink = [&text](const char* piece, std::size_t length) {
+            text.append(piece, length);
+            return true;
+        };
+        JsonPieceWriter out(sink);
+        out.Put('{');
+        bool first = true;
+        for (const XJsonMember& member : members) {
+            if (!first) out.Put(',');
+            first = false;
+            // Keys and narrow texts are mended as they are written, as rendering a built object mends them.
+            WriteJsonString(out, member.key_, false);
+            out.Put(':');
+            switch (member.kind_) {
+                case XJsonMember::Kind::kWide:
+                    PushWide(*member.wide_,
+                             [&out](std::string_view utf8) { WriteJsonString(out, utf8, true); });
+                    break;
+                case XJsonMember::Kind::kUtf8:
+                    WriteJsonString(out, member.utf8_, false);
+                    break;
+                case XJsonMember::Kind::kInteger:
+                    WriteJsonInteger(out, member.number_);
+                    break;
+            }
+        }
+        out.Put('}');
+        if (out.Finish()) return text;
+    } catch (...) {
+        Pelmor::NoteMemoryShortage();
+    }
+    return std::string();
 }

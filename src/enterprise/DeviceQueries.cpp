@@ -42,12 +42,11 @@ ISocketReply* PelmorSocketEnterprise::VerifyDevice(ISocketDevice* device, const 
     return ServiceCall::Enterprise(
         L"/device/check", device && callback && device->GetFileRecord(),
         [&] {
-            XJson params;
-            params.Add("info", DeviceToJson(device));
+            ServiceCall::DeviceParams built(device);
             // The bytes travel as text, so they end at the first zero byte.
-            params.Add("file", ServiceCall::Text(file));
-            params.Append("ecid", DeviceToECID(device));
-            return params;
+            built.params.Add("file", ServiceCall::Text(file));
+            built.params.Append("ecid", DeviceToECID(device));
+            return built;
         },
         ServiceCall::VerifyReport(callback));
 }

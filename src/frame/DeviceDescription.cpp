@@ -83,8 +83,13 @@ XString PelmorSocketHelper::DeviceToSerial(ISocketDevice* device) {
     }
 }
 
-XJson PelmorSocketHelper::DeviceToJson(ISocketDevice* device) {
-    if (!device) return XJson();
+namespace {
+
+// The description's members handed to use, which makes the result from them; empty when the device is
+// missing or lacks a record, and when memory runs out.
+template <typename Result, typename Use>
+Result Describe(ISocketDevice* device, const Use& use) {
+    if (!device) return Result();
     try {
         const XSocketDeviceInfo* info = device->GetDeviceRecord();
         const XSocketDeviceBattery* battery = device->GetBatteryRecord();
@@ -99,12 +104,11 @@ XJson PelmorSocketHelper::DeviceToJson(ISocketDevice* device) {
         // All or nothing: the service cannot compare a partial description with its factory record.
         if (!info || !battery || !version || !storage || !wifi || !component || !bluetooth || !fingerprint ||
             !display || !processor)
-            return XJson();
+            return Result();
 
         // The member order and the keys' spellings ("IOS", "mobColour", "hardDiskManufacture", the name
         // twice) are the service's and must not be tidied up.
-        XJson json;
-        json.AddMembers({
+        return use({
             {"mobName", info->name},
             {"mod", info->mod},
             {"regn", info->region},
@@ -167,9 +171,25 @@ XJson PelmorSocketHelper::DeviceToJson(ISocketDevice* device) {
             {"active", device->IsActive() ? 1 : 0},
             {"fiveCode", device->IsFiveCode() ? 1 : 0},
         });
-        return json;
     } catch (...) {
         Pelmor::NoteMemoryShortage();
-        return XJson();
+        return Result();
     }
+}
+
+}  // namespace
+
+XJson PelmorSocketHelper::DeviceToJson(ISocketDevice* device) {
+    return Describe<XJson>(device, [](std::initializer_list<XJsonMember> members) {
+        XJson json;
+        json.AddMembers(members);
+        return json;
+    });
+}
+
+std::string PelmorSocketHelper::DeviceDescriptionJson(ISocketDevice* device) {
+    // Without a description the member goes out as {}, as an empty value added to the parameters does.
+    std::string text = Describe<std::string>(
+        device, [](std::initializer_list<XJsonMember> members) { return XJson::MembersJson(members); });
+    return text.empty() ? std::string("{}") : text;
 }

@@ -106,4 +106,7 @@ class PelmorSocketHelper : public PelmorSocketInterface {
     static XString DeviceToProductType(ISocketDevice* device);
     static XString DeviceToSerial(ISocketDevice* device);
     static XJson DeviceToJson(ISocketDevice* device);
+    // The same description as the JSON text DeviceToJson's value renders to, written without building it:
+    // what requests send.
+    static std::string DeviceDescriptionJson(ISocketDevice* device);
 };

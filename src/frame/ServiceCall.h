@@ -45,7 +45,40 @@ class ReadingMark {
 
 }  // namespace detail
 
-// build() makes the request document, send(reply, document) posts it and says whether a reply document came
+// A request document, and the JSON text of its params' "info" when that is sent as text (DeviceParams).
+struct Request {
+    XJson document;
+    std::string paramsInfo;  // empty: the document goes as it is
+};
+
+// Parameters that begin with a device's description as "info", written as text: built as a tree,
+// rendered and freed, the description was a sixth of a verification's client work.
+struct DeviceParams {
+    explicit DeviceParams(ISocketDevice* device) : info(PelmorSocketHelper::DeviceDescriptionJson(device)) {
+        params.Add("info", XJson());  // holds the member's place; the text goes there
+    }
+    XJson params;
+    std::string info;
+};
+
+namespace detail {
+
+inline Request WithParams(XJson document, XJson&) {
+    return Request{std::move(document), std::string()};
+}
+inline Request WithParams(XJson document, DeviceParams& params) {
+    return Request{std::move(document), std::move(params.info)};
+}
+inline XJson&& ParamsOf(XJson& params) {
+    return std::move(params);
+}
+inline XJson&& ParamsOf(DeviceParams& params) {
+    return std::move(params.params);
+}
+
+}  // namespace detail
+
+// build() makes the request, send(reply, request) posts it and says whether a reply document came
 // back, onReply(HalvexReply&) reads the reply and hands it on with Deliver or HandRecord.
 // Running out of memory anywhere in these steps skips the rest and leaves the reply as it stands. A document
 // that came out short is not sent: the service would take it for another request. Host callbacks run only
@@ -57,11 +90,11 @@ HalvexReply* Exchange(bool argumentsPresent, Build&& build, Send&& send, OnReply
     if (!reply || !argumentsPresent) return reply;
     try {
         const unsigned long long shortagesBeforeBuilding = Pelmor::MemoryShortages();
-        XJson document = build();
+        Request request = build();
         if (Pelmor::MemoryShortages() != shortagesBeforeBuilding) return reply;
         // From here a shortage means the reply or what is read from it may be incomplete.
         const detail::ReadingMark mark;
-        if (!send(reply, std::move(document))) return reply;
+        if (!send(reply, std::move(request))) return reply;
         onReply(*reply);
     } catch (...) {
         // Out of memory: the reply keeps the code it has.
@@ -74,9 +107,14 @@ template <typename Params, typename OnReply>
 HalvexReply* Standard(const char* method, bool argumentsPresent, Params&& params,
                       OnReply&& onReply) noexcept {
     return Exchange(
-        argumentsPresent, [&] { return PelmorSocketHelper::BuildJson(method, params()); },
-        [](HalvexReply* reply, XJson document) {
-            return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(), std::move(document));
+        argumentsPresent,
+        [&] {
+            auto built = params();
+            return detail::WithParams(PelmorSocketHelper::BuildJson(method, detail::ParamsOf(built)), built);
+        },
+        [](HalvexReply* reply, Request request) {
+            return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(), std::move(request.document),
+                                    request.paramsInfo);
         },
         std::forward<OnReply>(onReply));
 }
@@ -86,10 +124,14 @@ template <typename Params, typename OnReply>
 HalvexReply* Enterprise(const wchar_t* path, bool argumentsPresent, Params&& params,
                         OnReply&& onReply) noexcept {
     return Exchange(
-        argumentsPresent, [&] { return PelmorSocketHelper::BuildJson(params()); },
-        [path](HalvexReply* reply, XJson document) {
+        argumentsPresent,
+        [&] {
+            auto built = params();
+            return detail::WithParams(PelmorSocketHelper::BuildJson(detail::ParamsOf(built)), built);
+        },
+        [path](HalvexReply* reply, Request request) {
             return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(), XString(path),
-                                    std::move(document));
+                                    std::move(request.document), request.paramsInfo);
         },
         std::forward<OnReply>(onReply));
 }

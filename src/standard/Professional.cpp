@@ -59,11 +59,10 @@ ISocketReply* PelmorSocketStandard::ProfessionalVerify(ISocketDevice* device, QB
     return ServiceCall::Standard(
         "device.checkPro", device && !file.isEmpty() && callback,
         [&] {
-            XJson params;
-            params.Add("info", DeviceToJson(device));
-            params.Add("file", ServiceCall::Text(file));
-            params.Append("ecid", DeviceToECID(device));
-            return params;
+            ServiceCall::DeviceParams built(device);
+            built.params.Add("file", ServiceCall::Text(file));
+            built.params.Append("ecid", DeviceToECID(device));
+            return built;
         },
         ConstructedRecord<CSocketInfoProverify>(callback));
 }

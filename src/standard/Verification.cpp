@@ -81,11 +81,10 @@ ISocketReply* PelmorSocketStandard::VerifyDevice(ISocketDevice* device, const QB
     return ServiceCall::Standard(
         "equipment.check", ready,
         [&] {
-            XJson params;
-            params.Add("info", DeviceToJson(device));
-            params.Add("file", ServiceCall::Text(file));
-            params.Append("ecid", DeviceToECID(device));
-            return params;
+            ServiceCall::DeviceParams built(device);
+            built.params.Add("file", ServiceCall::Text(file));
+            built.params.Append("ecid", DeviceToECID(device));
+            return built;
         },
         ServiceCall::VerifyReport(callback));
 }
@@ -100,11 +99,10 @@ ISocketReply* PelmorSocketStandard::VerifyImage(ISocketDevice* device, int level
             XJson image;
             image.Add("level", level);
             image.Add("levelMsg", ServiceCall::Text(levelMsg));
-            XJson params;
-            params.Add("info", DeviceToJson(device));
-            params.Append("ecid", DeviceToECID(device));
-            params.Append("img", image);
-            return params;
+            ServiceCall::DeviceParams built(device);
+            built.params.Append("ecid", DeviceToECID(device));
+            built.params.Append("img", image);
+            return built;
         },
         FilledRecord<CSocketInfoImage>(callback));
 }

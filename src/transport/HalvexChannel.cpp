@@ -74,6 +74,19 @@ XJson DecryptInPlace(QByteArray& body) {
     return document;
 }
 
+// The body for a document, with paramsInfo, when not empty, written as its params' "info". The text goes
+// to the cipher as it is rendered: a large document never exists twice.
+QByteArray EncryptDocument(const XJson& document, std::string_view paramsInfo) {
+    const XJson none;
+    const XJson& info = paramsInfo.empty() ? none : document.Member("params").Member("info");
+    ChannelBodyWriter writer(Key(), Iv(), document.ApproximateJsonLength() + paramsInfo.size());
+    if (!document.Render(
+            [&writer](const char* piece, std::size_t length) { return writer.Write(piece, length); }, info,
+            paramsInfo))
+        return QByteArray();
+    return writer.Finish();
+}
+
 }  // namespace
 
 XJson HalvexHTTP::Decrypt_AES_BASE64(const QByteArray& body) {
@@ -86,12 +99,7 @@ XJson HalvexHTTP::Decrypt_AES_BASE64(const QByteArray& body) {
 }
 
 QByteArray HalvexHTTP::Encrypt_BASE64_AES(XJson& document) {
-    // The text goes to the cipher as it is rendered: a large document never exists twice.
-    ChannelBodyWriter writer(Key(), Iv(), document.ApproximateJsonLength());
-    if (!document.Render(
-            [&writer](const char* piece, std::size_t length) { return writer.Write(piece, length); }))
-        return QByteArray();
-    return writer.Finish();
+    return EncryptDocument(document, std::string_view());
 }
 
 QByteArray HalvexHTTP::Encrypt_BASE64(XJson& document) {
@@ -111,13 +119,13 @@ XJson HalvexHTTP::Decrypt_BASE64(const QByteArray& body) {
     }
 }
 
-bool HalvexHTTP::POST(HalvexReply* reply, const XString& url, XJson document) {
+bool HalvexHTTP::POST(HalvexReply* reply, const XString& url, XJson document, std::string_view paramsInfo) {
     if (!reply) return false;
     if (document.IsEmpty() || url.empty()) {
         reply->Update(HALVEX_REPLY_INVALID_ARG);
         return false;
     }
-    const QByteArray body = Encrypt_BASE64_AES(document);
+    const QByteArray body = EncryptDocument(document, paramsInfo);
     if (body.isEmpty()) {
         reply->Update(HALVEX_REPLY_ENCRYPT_ERROR);
         return false;
@@ -154,7 +162,8 @@ bool HalvexHTTP::POST(HalvexReply* reply, const XString& url, XJson document) {
     return true;
 }
 
-bool HalvexHTTP::POST(HalvexReply* reply, const XString& base, const XString& path, XJson document) {
+bool HalvexHTTP::POST(HalvexReply* reply, const XString& base, const XString& path, XJson document,
+                      std::string_view paramsInfo) {
     if (!reply) return false;
     XString url;
     try {
@@ -163,5 +172,5 @@ bool HalvexHTTP::POST(HalvexReply* reply, const XString& base, const XString& pa
         reply->Update(HALVEX_REPLY_INVALID_ARG);
         return false;
     }
-    return POST(reply, url, std::move(document));
+    return POST(reply, url, std::move(document), paramsInfo);
 }

@@ -27,6 +27,7 @@
 #include "AllocationControl.h"
 #include "DeviceFile.h"
 #include "EmulatorControl.h"
+#include "SampleDevices.h"
 
 namespace {
 
@@ -57,14 +58,6 @@ void AsHost(Seen& seen, Read&& read) {
     ++seen.calls;
     read();
     AllocationControl::Resume();
-}
-
-std::unique_ptr<CDeviceFile> SampleDevice() {
-    std::string error;
-    auto device =
-        CDeviceFile::Load(std::string(PELMOR_TEST_DATA_DIR) + "/devices/normal-complete.json", error);
-    EXPECT_TRUE(device) << error;
-    return device;
 }
 
 bool FullRun() {
@@ -223,7 +216,7 @@ TEST_F(AllocationTorture, StandardAccountOperation) {
 TEST_F(AllocationTorture, VerifyDevice) {
     PelmorSocketInterface* service = Service(PELMOR_SOCKET_EDITION_STANDARD);
     ASSERT_NE(service, nullptr);
-    auto device = SampleDevice();
+    auto device = LoadDevice("normal-complete");
     ASSERT_TRUE(device);
     AnswerAlways(
         "equipment.check",
@@ -257,7 +250,7 @@ TEST_F(AllocationTorture, VerifyDevice) {
 TEST_F(AllocationTorture, EnterpriseQuery) {
     PelmorSocketInterface* service = Service(PELMOR_SOCKET_EDITION_ENTERPRISE);
     ASSERT_NE(service, nullptr);
-    auto device = SampleDevice();
+    auto device = LoadDevice("normal-complete");
     ASSERT_TRUE(device);
     AnswerAlways("/ipsw/brush", R"([{"version":"15.6","buildId":"19G71","url":"https://fw/1","beta":"n"},)"
                                 R"({"version":"16.0","buildId":"20A362","url":"https://fw/2","beta":"Y"}])");
@@ -290,7 +283,7 @@ TEST_F(AllocationTorture, CoverageSiteFlow) {
     AllocationControl::SpareNetworkTransfers(true);
     PelmorSocketInterface* service = Service(PELMOR_SOCKET_EDITION_STANDARD);
     ASSERT_NE(service, nullptr);
-    auto device = SampleDevice();
+    auto device = LoadDevice("normal-complete");
     ASSERT_TRUE(device);
     ISocketDevice* handset = device.get();
     Torture("coverage-site flow", [service, handset] {

@@ -13,6 +13,7 @@
 
 #include "EmulatorControl.h"
 #include "ProcessRun.h"
+#include "TestData.h"
 
 extern char** environ;
 
@@ -47,17 +48,10 @@ class CliTest : public ::testing::Test {
     }
 
     static std::string SmsCode(const std::string& mobile) {
-        std::string body;
-        EXPECT_EQ(EmulatorControl::Get("/_emulator/sms?mobile=" + mobile, &body), 200);
-        return XJson(body).ToString("code");
+        return EmulatorControl::GetJson("/_emulator/sms?mobile=" + mobile).ToString("code");
     }
 
-    XJson SavedState() const {
-        std::ifstream in(home_ + "/config/pelmor/state.json");
-        std::stringstream text;
-        text << in.rdbuf();
-        return XJson(text.str());
-    }
+    XJson SavedState() const { return XJson(ReadFile(home_ + "/config/pelmor/state.json")); }
     std::string SavedToken() const { return SavedState()["standard"].ToString("token"); }
 
     std::string home_;

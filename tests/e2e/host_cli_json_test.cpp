@@ -11,13 +11,6 @@ namespace json = boost::json;
 
 namespace {
 
-std::string ReadFile(const char* path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 const JsonSchemaCheck& Schema() {
     static const JsonSchemaCheck schema(json::parse(ReadFile(PELMOR_JSON_SCHEMA)));
     return schema;
@@ -155,9 +148,7 @@ TEST_F(CliJson, EveryCommandPrintsOneDocumentOfTheContract) {
     // The answer is typed when the captcha has been shown, as a person at the prompt would.
     Run({"coverage", kHandset}, 0, [](const std::string& err) {
         if (err.find("captcha answer:") == std::string::npos) return std::string();
-        std::string body;
-        EmulatorControl::Get("/_emulator/coverage/captcha", &body);
-        return XJson(body).ToString("answer") + "\n";
+        return EmulatorControl::GetJson("/_emulator/coverage/captcha").ToString("answer") + "\n";
     });
     Run({"logout"});
 

@@ -1,59 +1,24 @@
 // pelmor with handsets from captures, run as a user runs it: import the captures, check the device file,
 // send it to the emulator. Also what pelmor says when no handset can be reached.
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
-
-#include "EmulatorControl.h"
 #include "TestData.h"
+#include "cli_fixture.h"
 
 namespace {
 
-struct Outcome {
-    int status = -1;
-    std::string out, err;
-};
-
-class DeviceCli : public ::testing::Test {
+class DeviceCli : public CliTest {
   protected:
-    void SetUp() override {
-        EmulatorControl::Reset();
-        char dir[] = "/tmp/pelmor-device-cli-XXXXXX";
-        ASSERT_NE(mkdtemp(dir), nullptr);
-        home_ = dir;
-    }
-    void TearDown() override { std::system(("rm -rf '" + home_ + "'").c_str()); }
+    static std::string Capture(const std::string& name) { return PELMOR_TEST_DATA_DIR "/captures/" + name; }
 
-    // Runs pelmor through the shell with a deadline, its config under a fresh home and usbmuxd pointed
-    // at a socket nobody listens on, so that a usbmuxd on the test machine changes nothing.
-    // args are shell words; stdout goes to saveTo when given.
-    Outcome Pelmor(const std::string& args, const std::string& saveTo = "") {
-        const std::string out = saveTo.empty() ? home_ + "/out" : saveTo, err = home_ + "/err";
-        const std::string command = "XDG_CONFIG_HOME='" + home_ + "/config' XDG_CACHE_HOME='" + home_ +
-                                    "/cache' USBMUXD_SOCKET_ADDRESS=UNIX:'" + home_ +
-                                    "/no-usbmuxd' timeout 60 '" PELMOR_CLI_PATH "' " + args + " >'" + out +
-                                    "' 2>'" + err + "' </dev/null";
-        const int raw = std::system(command.c_str());
-        Outcome run;
-        run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-        run.out = Read(out);
-        run.err = Read(err);
-        return run;
+    // Imports captures into a device file under the test's home; returns its path.
+    std::string Import(const std::vector<std::string>& captures) {
+        std::vector<std::string> args{"device", "import"};
+        args.insert(args.end(), captures.begin(), captures.end());
+        const Outcome import = Pelmor(args);
+        EXPECT_EQ(import.status, 0) << import.err;
+        const std::string phone = home_ + "/phone.json";
+        std::ofstream(phone) << import.out;
+        return phone;
     }
-    static std::string Read(const std::string& path) {
-        std::ifstream in(path, std::ios::binary);
-        std::ostringstream all;
-        all << in.rdbuf();
-        return all.str();
-    }
-    static std::string Capture(const std::string& name) {
-        return "'" PELMOR_TEST_DATA_DIR "/captures/" + name + "'";
-    }
-
-    std::string home_;
 };
 
 // Captures need libplist; a build without it says so instead of importing.
@@ -65,15 +30,11 @@ class DeviceCli : public ::testing::Test {
 
 TEST_F(DeviceCli, ImportedCapturesAreSentWholeAndVerified) {
     PELMOR_NEEDS_CAPTURES();
-    const std::string phone = home_ + "/phone.json";
-    const Outcome import = Pelmor("device import " + Capture("complete-lockdownd.plist") + " " +
-                                      Capture("complete-battery.plist") +
-                                      " com.apple.disk_usage=" + Capture("complete-disk-usage.plist"),
-                                  phone);
-    ASSERT_EQ(import.status, 0) << import.err;
-    EXPECT_EQ(Pelmor("device check '" + phone + "'").status, 0);
+    const std::string phone = Import({Capture("complete-lockdownd.plist"), Capture("complete-battery.plist"),
+                                      "com.apple.disk_usage=" + Capture("complete-disk-usage.plist")});
+    EXPECT_EQ(Pelmor({"device", "check", phone}).status, 0);
 
-    const Outcome verify = Pelmor("--json verify '" + phone + "'");
+    const Outcome verify = Pelmor({"--json", "verify", phone});
     ASSERT_EQ(verify.status, 0) << verify.err;
     EXPECT_EQ(verify.err, "");
     EXPECT_FALSE(XJson(verify.out)["result"]["items"].IsEmpty()) << verify.out;
@@ -89,7 +50,7 @@ TEST_F(DeviceCli, ImportedCapturesAreSentWholeAndVerified) {
 
 TEST_F(DeviceCli, ADeviceFileNamesItsCapturesAndFillsInWhatTheyLack) {
     PELMOR_NEEDS_CAPTURES();
-    const Outcome verify = Pelmor("--json verify " + Capture("complete-with-screen.json"));
+    const Outcome verify = Pelmor({"--json", "verify", Capture("complete-with-screen.json")});
     ASSERT_EQ(verify.status, 0) << verify.err;
     const XJson info = EmulatorControl::LastRequest()["document"]["params"]["info"];
     EXPECT_EQ(info.ToString("lcd"), "C3F94210ABCD1234");
@@ -98,7 +59,7 @@ TEST_F(DeviceCli, ADeviceFileNamesItsCapturesAndFillsInWhatTheyLack) {
 
     const std::string broken = home_ + "/broken.json";
     std::ofstream(broken) << R"({"capture": "missing.plist"})";
-    const Outcome missing = Pelmor("device check '" + broken + "'");
+    const Outcome missing = Pelmor({"device", "check", broken});
     EXPECT_EQ(missing.status, 2);
     EXPECT_NE(missing.err.find("capture: " + home_ + "/missing.plist: cannot read"), std::string::npos)
         << missing.err;
@@ -106,14 +67,12 @@ TEST_F(DeviceCli, ADeviceFileNamesItsCapturesAndFillsInWhatTheyLack) {
 
 TEST_F(DeviceCli, AnIncompleteCaptureIsFlaggedBeforeItIsSent) {
     PELMOR_NEEDS_CAPTURES();
-    const std::string phone = home_ + "/phone.json";
-    ASSERT_EQ(Pelmor("device import " + Capture("no-battery-lockdownd.plist"), phone).status, 0);
-    const Outcome check = Pelmor("device check '" + phone + "'");
+    const Outcome check = Pelmor({"device", "check", Import({Capture("no-battery-lockdownd.plist")})});
     EXPECT_EQ(check.status, 1);
     EXPECT_NE(check.out.find("not complete enough for verification"), std::string::npos) << check.out;
 
     // A capture named directly is a device too.
-    const Outcome verify = Pelmor("verify " + Capture("no-battery-lockdownd.plist"));
+    const Outcome verify = Pelmor({"verify", Capture("no-battery-lockdownd.plist")});
     EXPECT_EQ(verify.status, 1);
     EXPECT_NE(verify.err.find("warning: the service will not be able to verify"), std::string::npos)
         << verify.err;
@@ -121,13 +80,13 @@ TEST_F(DeviceCli, AnIncompleteCaptureIsFlaggedBeforeItIsSent) {
 }
 
 TEST_F(DeviceCli, NoHandsetReachableIsOneLine) {
-    const Outcome devices = Pelmor("devices");
+    const Outcome devices = Pelmor({"devices"});
     EXPECT_EQ(devices.status, 0);
     EXPECT_NE(devices.out.find("normal-complete"), std::string::npos);
     EXPECT_EQ(devices.err.find('\n'), devices.err.size() - 1) << devices.err;
     EXPECT_NE(devices.err.find("no handset connected"), std::string::npos) << devices.err;
 
-    const Outcome verify = Pelmor("verify usb");
+    const Outcome verify = Pelmor({"verify", "usb"});
     EXPECT_EQ(verify.status, 2);
     EXPECT_EQ(verify.err.find('\n'), verify.err.size() - 1) << verify.err;
     EXPECT_NE(verify.err.find("no handset connected"), std::string::npos) << verify.err;

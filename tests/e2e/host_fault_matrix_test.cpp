@@ -21,6 +21,7 @@
 
 #include "DeviceFile.h"
 #include "LoopbackServer.h"
+#include "SampleDevices.h"
 
 namespace {
 
@@ -318,10 +319,8 @@ TEST(FaultMatrix, EveryFamilyGivesItsCodeWithinItsTimeout) {
     Library library(server->Address());
     ASSERT_TRUE(library.Complete()) << dlerror();
     notJsonBody = NotJsonReply(library);
-    std::string error;
-    auto device =
-        CDeviceFile::Load(std::string(PELMOR_TEST_DATA_DIR) + "/devices/normal-complete.json", error);
-    ASSERT_TRUE(device) << error;
+    auto device = LoadDevice("normal-complete");
+    ASSERT_TRUE(device);
     const std::vector<Family> families = Families(*device);
     const std::string url = server->Url("/fault");
 

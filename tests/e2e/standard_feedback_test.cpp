@@ -9,6 +9,7 @@
 
 #include "DeviceFile.h"
 #include "EmulatorControl.h"
+#include "SampleDevices.h"
 #include "standard/PelmorSocketStandard.h"
 
 namespace {
@@ -38,10 +39,8 @@ class StandardFeedback : public ::testing::Test {
   protected:
     void SetUp() override {
         EmulatorControl::Reset();
-        std::string error;
-        device =
-            CDeviceFile::Load(std::string(PELMOR_TEST_DATA_DIR) + "/devices/normal-complete.json", error);
-        ASSERT_TRUE(device) << error;
+        device = LoadDevice("normal-complete");
+        ASSERT_TRUE(device);
     }
 
     static XJson LastDocument() { return EmulatorControl::LastRequest()["document"]; }

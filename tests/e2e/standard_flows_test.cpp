@@ -36,12 +36,6 @@ Outcome Finish(ISocketReply* reply) {
     return outcome;
 }
 
-XJson ControlGet(const std::string& path) {
-    std::string body;
-    EXPECT_EQ(EmulatorControl::Get(path, &body), 200) << path << " -> " << body;
-    return XJson(body);
-}
-
 XJson ControlPost(const std::string& path, const std::string& payload) {
     std::string body;
     EXPECT_EQ(EmulatorControl::Post(path, payload, &body), 200) << path << " -> " << body;
@@ -68,7 +62,7 @@ class StandardFlows : public StandardServiceTest {
                                                     [&](const wchar_t* serial) { no = Narrow(serial); }))
                       .code,
                   0);
-        const XJson sent = ControlGet("/_emulator/sms?mobile=" + mobile);
+        const XJson sent = EmulatorControl::GetJson("/_emulator/sms?mobile=" + mobile);
         EXPECT_EQ(sent.ToString("no"), no) << "the serial handed to the host is the one texted";
         return {no, sent.ToString("code")};
     }

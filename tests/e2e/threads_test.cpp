@@ -14,6 +14,7 @@
 
 #include "DeviceFile.h"
 #include "EmulatorControl.h"
+#include "SampleDevices.h"
 
 namespace {
 
@@ -57,10 +58,8 @@ void Round(PelmorSocketInterface& service, ISocketDevice* device, Tally& tally) 
 
 TEST(Threads, FourHostThreadsRunOperationsSideBySide) {
     EmulatorControl::Reset();
-    std::string error;
-    auto device =
-        CDeviceFile::Load(std::string(PELMOR_TEST_DATA_DIR) + "/devices/normal-complete.json", error);
-    ASSERT_TRUE(device) << error;
+    auto device = LoadDevice("normal-complete");
+    ASSERT_TRUE(device);
     ASSERT_TRUE(_07E1B4A0_9C19_4E0D_9C9E_DB8DE5EA4D5F(PELMOR_SOCKET_EDITION_STANDARD, XString(L"Brisel"),
                                                       XString(L"4.0.0")));
     PelmorSocketInterface* service = _402FB360_0FB0_4ECD_B608_D2D254A998B7();

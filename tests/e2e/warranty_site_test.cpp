@@ -4,11 +4,11 @@
 #include <pelmor/HalvexHTTP.h>
 
 #include <chrono>
-#include <fstream>
-#include <iterator>
 
 #include "DeviceFile.h"
 #include "EmulatorControl.h"
+#include "SampleDevices.h"
+#include "TestData.h"
 #include "standard/PelmorSocketStandard.h"
 #include "transport/HalvexCurl.h"
 
@@ -19,19 +19,9 @@ const std::string kFixedReferer = kSite + "/cn/zh/";
 const char kBrowser[] =
     "Mozilla/5.0 (Windows NT 5.1) AppleWebKit/537.36 (KHTML, like Gecko) Chrome/30.0.1599.69 Safari/537.36";
 
-std::unique_ptr<CDeviceFile> Device(const std::string& name) {
-    std::string error;
-    auto device = CDeviceFile::Load(std::string(PELMOR_TEST_DATA_DIR) + "/devices/" + name + ".json", error);
-    EXPECT_TRUE(device) << error;
-    return device;
-}
-
 // A device file's text with one member of the normal-mode record replaced.
 std::unique_ptr<CDeviceFile> DeviceWith(const std::string& member, const std::string& value) {
-    std::string error;
-    const std::string path = std::string(PELMOR_TEST_DATA_DIR) + "/devices/normal-complete.json";
-    std::ifstream in(path);
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::string error, text = ReadTestData("devices/normal-complete.json");
     const auto at = text.find("\"" + member + "\": \"");
     EXPECT_NE(at, std::string::npos);
     const auto start = at + member.size() + 5;
@@ -43,9 +33,7 @@ std::unique_ptr<CDeviceFile> DeviceWith(const std::string& member, const std::st
 
 // What the emulator tells tests about the newest captcha: session, cookie, answer, token.
 XJson Captcha() {
-    std::string body;
-    EXPECT_EQ(EmulatorControl::Get("/_emulator/coverage/captcha", &body), 200) << body;
-    return XJson(body);
+    return EmulatorControl::GetJson("/_emulator/coverage/captcha");
 }
 
 // The coverage-site requests since the last reset, oldest first.
@@ -87,7 +75,7 @@ class WarrantySite : public ::testing::Test {
 };
 
 TEST_F(WarrantySite, CaptchaStepHandsOverTheCaptchaAndTheCookies) {
-    auto device = Device("normal-complete");
+    auto device = LoadDevice("normal-complete");
     const auto before = std::chrono::duration_cast<std::chrono::milliseconds>(
                             std::chrono::system_clock::now().time_since_epoch())
                             .count();
@@ -132,7 +120,7 @@ TEST_F(WarrantySite, AnswerStepPostsTheFormWithThePagesToken) {
     for (const Region& region : regions) {
         SCOPED_TRACE(region.device);
         EmulatorControl::Reset();
-        auto device = Device(region.device);
+        auto device = LoadDevice(region.device);
         const std::string serial = PelmorSocketHelper::DeviceToSerial(device.get()).ToUtf8();
         const std::string cookie = FetchCaptcha(device.get());
         const XJson issued = Captcha();
@@ -186,7 +174,7 @@ TEST_F(WarrantySite, OnlyCHInTheRegionChoosesTheChinesePage) {
 }
 
 TEST_F(WarrantySite, APageWithoutTokenEndsTheStepWithoutPosting) {
-    auto device = Device("normal-complete");
+    auto device = LoadDevice("normal-complete");
     int calls = 0;
     // A session the site does not know: its page carries no token.
     EXPECT_TRUE(
@@ -198,7 +186,7 @@ TEST_F(WarrantySite, APageWithoutTokenEndsTheStepWithoutPosting) {
 }
 
 TEST_F(WarrantySite, TheSitesRefusalsReachTheCallbackLikeAnyPage) {
-    auto device = Device("normal-complete");
+    auto device = LoadDevice("normal-complete");
     const std::string cookie = FetchCaptcha(device.get());
     std::string page;
     EXPECT_TRUE(service.WarrantySelect(device.get(), cookie.c_str(), "WRONG",
@@ -210,7 +198,7 @@ TEST_F(WarrantySite, TheSitesRefusalsReachTheCallbackLikeAnyPage) {
 }
 
 TEST_F(WarrantySite, MissingArgumentsSendNothing) {
-    auto device = Device("normal-complete");
+    auto device = LoadDevice("normal-complete");
     auto response = [](const char*) { ADD_FAILURE() << "called back"; };
     auto captcha = [](const char*, const char*) { ADD_FAILURE() << "called back"; };
     EXPECT_FALSE(service.WarrantyVerify(nullptr, captcha));
@@ -254,7 +242,7 @@ TEST_F(WarrantySite, InputsLongerThanTheFixedBuffersAreRefusedOrCut) {
     EXPECT_TRUE(SiteRequests().empty());
 
     // It fits until the token is added: the page is fetched, nothing is posted.
-    auto device = Device("normal-complete");
+    auto device = LoadDevice("normal-complete");
     const std::string cookie = FetchCaptcha(device.get());
     const std::string longAnswer(1024 - 29 - 12 - 1, 'B');  // sno=<12>&ans=<..>&captchaMode=image fills 1023
     EXPECT_FALSE(

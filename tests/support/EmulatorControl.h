@@ -23,6 +23,9 @@ XJson LastRequest();
 // Queues a scripted answer; script is the JSON object the control surface takes.
 void Script(const std::string& script);
 
+// The JSON a GET of a control path answers; fails the test unless it answers 200.
+XJson GetJson(const std::string& path);
+
 // A GET or POST on the emulator's port; returns the HTTP status (0 when nothing answered).
 int Get(const std::string& path, std::string* body = nullptr);
 int Post(const std::string& path, const std::string& payload, std::string* body = nullptr);

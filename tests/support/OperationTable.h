@@ -13,11 +13,13 @@
 
 #include <QString>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "EmulatorControl.h"
+#include "SampleDevices.h"
 
 struct OperationCase {
     std::string name;
@@ -79,6 +81,15 @@ inline void ExpectFailedExchangeCallsNothing(PelmorSocketInterface& service, con
     EXPECT_EQ(EmulatorControl::Log().GetArraySize(), 1u);
 }
 
+// Each row answered, refused (a refusal must reach the callback just as a success does) and failed.
+inline void ExpectEveryExchange(PelmorSocketInterface& service, const std::vector<OperationCase>& rows) {
+    for (const OperationCase& row : rows) {
+        ExpectExchange(service, row, 0);
+        ExpectExchange(service, row, 40107);
+        ExpectFailedExchangeCallsNothing(service, row);
+    }
+}
+
 // A standard service object made through the create export, as a host makes it, with a session token set.
 class StandardServiceTest : public ::testing::Test {
   protected:
@@ -93,9 +104,15 @@ class StandardServiceTest : public ::testing::Test {
     void TearDown() override { _3038522B_2CCC_469F_A114_481207ED3475(); }
 
     PelmorSocketInterface& Service() { return *service_; }
+    // The complete sample handset, read when first asked for.
+    ISocketDevice* Device() {
+        if (!device_) device_ = LoadDevice("normal-complete");
+        return device_.get();
+    }
 
   private:
     PelmorSocketInterface* service_ = nullptr;
+    std::unique_ptr<CDeviceFile> device_;
 };
 
 using NamedCall = std::pair<std::string, std::function<ISocketReply*()>>;

@@ -9,14 +9,18 @@
 #define PELMOR_TEST_DATA_DIR "tests/data"
 #endif
 
-std::string ReadTestData(const std::string& relativePath) {
-    const std::string path = std::string(PELMOR_TEST_DATA_DIR) + "/" + relativePath;
+std::string ReadFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        ADD_FAILURE() << "cannot read test data " << path;
-        return std::string();
-    }
     std::ostringstream content;
     content << in.rdbuf();
     return content.str();
+}
+
+std::string ReadTestData(const std::string& relativePath) {
+    const std::string path = std::string(PELMOR_TEST_DATA_DIR) + "/" + relativePath;
+    if (!std::ifstream(path)) {
+        ADD_FAILURE() << "cannot read test data " << path;
+        return std::string();
+    }
+    return ReadFile(path);
 }

@@ -16,6 +16,7 @@
 #include "Output.h"
 #include "State.h"
 #include "Terminal.h"
+#include "TestData.h"
 #include "commands/Flows.h"
 
 using namespace pelmor;
@@ -25,13 +26,6 @@ namespace {
 std::string TempDir() {
     char dir[] = "/tmp/pelmor-cli-unit-XXXXXX";
     return mkdtemp(dir) ? dir : "/tmp";
-}
-
-std::string Read(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 TEST(CliArgs, OptionsTakeValuesEitherWayAndTheRestArePositional) {
@@ -139,7 +133,7 @@ TEST(CliImages, ImagesSentAsTextAreSavedAsWhatTheyAre) {
         const std::string path = SaveImage(c.text, "captcha", error);
         ASSERT_FALSE(path.empty()) << error;
         EXPECT_EQ(path.substr(path.size() - c.extension.size()), c.extension) << c.text;
-        EXPECT_EQ(Read(path), c.content);
+        EXPECT_EQ(ReadFile(path), c.content);
     }
 }
 

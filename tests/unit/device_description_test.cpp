@@ -178,6 +178,26 @@ TEST(DeviceDescription, CompleteDeviceGivesAll59MembersInOrder) {
     EXPECT_EQ(JsonValue(json).get_object().size(), 59u);
 }
 
+// Requests send the description written straight as text; it must be the built description's text to
+// the byte, for texts that need escaping or mending too, and {} where there is no description.
+TEST(DeviceDescription, TextWrittenStraightIsTheBuiltDescriptionsText) {
+    const auto expectSame = [](FakeDevice& d) {
+        EXPECT_EQ(PelmorSocketHelper::DeviceDescriptionJson(&d),
+                  PelmorSocketHelper::DeviceToJson(&d).ToJson());
+    };
+    FakeDevice d = CompleteDevice();
+    expectSame(d);
+    d.info->name = XString(L"quote\" back\\slash\ttab\x01\x1f del\x7f");
+    d.info->udid = XString(L"lone \xD800 surrogate, \U0001F600 outside the plane, \u8BBE\u5907");
+    d.info->buildVersion = XString(300, L'\u00E9');  // longer than the encoder's room on the stack
+    d.wifi->producer = XString();
+    d.processor->coreCount = std::numeric_limits<int>::min();
+    expectSame(d);
+    d.bluetooth.reset();
+    expectSame(d);
+    EXPECT_EQ(PelmorSocketHelper::DeviceDescriptionJson(nullptr), "{}");
+}
+
 TEST(DeviceDescription, NumbersAreConvertedAsTheServiceReadsThem) {
     FakeDevice d = CompleteDevice();
 

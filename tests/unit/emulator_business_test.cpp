@@ -45,7 +45,10 @@ TEST_F(EmulatorBusiness, RefusalsOfTheSimulatedAccounts) {
 
     // An unknown account answers like a wrong password, so accounts cannot be probed.
     EXPECT_EQ(Enterprise("/login", {{"account", "demo"}, {"password", "nope"}})["code"], 40111);
-    EXPECT_EQ(Enterprise("/login", {{"account", "nobody"}, {"password", "demo1234"}})["code"], 40111);
+    const json nobody = Enterprise("/login", {{"account", "nobody"}, {"password", "demo1234"}});
+    EXPECT_EQ(nobody["code"], 40111);
+    EXPECT_EQ(nobody["error"], "LOGIN_FAILED");
+    EXPECT_EQ(nobody["msg"], "账号或密码错误");
     EXPECT_EQ(Enterprise("/user/heartbeat", json::object(), "forged")["code"], 40101);
 
     // The professional report has one price, on offer and on the order alike.

@@ -2,24 +2,16 @@
 // every endpoint a service area serves is described.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <regex>
 #include <set>
-#include <sstream>
 
+#include "TestData.h"
 #include "emulator/core/emulator.h"
 #include "emulator/core/options.h"
 
 namespace {
 
 using namespace pelmor::emulator;
-
-std::string ReadReadme() {
-    std::ifstream in(std::string(PELMOR_TEST_DATA_DIR) + "/../../tools/emulator/README.md");
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 // "/_emulator/name" as written, without a query or a placeholder: "/_emulator/sms[?mobile=M]" gives
 // "/_emulator/sms", "/_emulator/scripts/ID" gives "/_emulator/scripts/".
@@ -33,7 +25,7 @@ std::set<std::string> EndpointsIn(const std::string& text) {
 }
 
 TEST(EmulatorHelp, TheReadmeDescribesEveryEndpointOfTheHelp) {
-    const std::string readme = ReadReadme();
+    const std::string readme = ReadFile(PELMOR_TEST_DATA_DIR "/../../tools/emulator/README.md");
     ASSERT_FALSE(readme.empty()) << "README.md not found";
     const std::set<std::string> help = EndpointsIn(usage_text("pelmor-emulator"));
     EXPECT_GT(help.size(), 20u);

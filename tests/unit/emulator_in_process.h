@@ -2,7 +2,6 @@
 // surface, the encrypted service and the HTTPS coverage site.
 #pragma once
 
-#include <curl/curl.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -11,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "HttpRequest.h"
 #include "emulator/core/codec.h"
 #include "emulator/core/emulator.h"
 
@@ -19,42 +19,13 @@ namespace emulator_test {
 using json = nlohmann::ordered_json;
 using namespace pelmor::emulator;
 
-struct Answer {
-    long status = 0;  // 0: no HTTP response
-    std::string body;
+struct Answer : HttpAnswer {
     json Json() const { return json::parse(body, nullptr, false); }
 };
 
-inline size_t Collect(char* data, size_t size, size_t count, void* user) {
-    static_cast<std::string*>(user)->append(data, size * count);
-    return size * count;
-}
-
-// method "" sends a GET, or a POST when there is a body. A POST without a body goes out as curl -X POST
-// sends it: with no Content-Length at all.
 inline Answer Request(const std::string& url, const std::vector<std::string>& headers,
                       const std::string* body, const std::string& method = "") {
-    Answer answer;
-    CURL* curl = curl_easy_init();
-    curl_slist* list = nullptr;
-    for (const std::string& header : headers)
-        list = curl_slist_append(list, header.c_str());
-    curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
-    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, list);
-    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 0L);
-    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 0L);
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT, 20L);
-    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, Collect);
-    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer.body);
-    if (body) {
-        curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(body->size()));
-        curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body->c_str());
-    }
-    if (!method.empty()) curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, method.c_str());
-    if (curl_easy_perform(curl) == CURLE_OK) curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &answer.status);
-    curl_slist_free_all(list);
-    curl_easy_cleanup(curl);
-    return answer;
+    return {HttpRequest(url, headers, body, method)};
 }
 
 class InProcessEmulator : public ::testing::Test {

@@ -2,11 +2,10 @@
 // under tests/data/devices.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <set>
-#include <sstream>
 #include <stdexcept>
 
+#include "TestData.h"
 #include "emulator/service/factory.h"
 #include "emulator/service/verification.h"
 
@@ -16,10 +15,7 @@ using json = nlohmann::ordered_json;
 using pelmor::emulator::Factory;
 
 json ReadJson(const std::string& relativePath) {
-    std::ifstream in(std::string(PELMOR_TEST_DATA_DIR) + "/" + relativePath);
-    std::stringstream text;
-    text << in.rdbuf();
-    return json::parse(text.str());
+    return json::parse(ReadTestData(relativePath));
 }
 
 class FactoryReports : public ::testing::Test {

@@ -9,6 +9,7 @@
 #include "DeviceFile.h"
 #include "DeviceFileWriter.h"
 #include "FieldMap.h"
+#include "SampleDevices.h"
 #include "TestData.h"
 #include "frame/PelmorSocketHelper.h"
 
@@ -158,10 +159,8 @@ std::unique_ptr<CDeviceFile> RoundTrip(CDeviceFile& device) {
 TEST(DeviceFileWriter, SampleDevicesSurviveBeingWrittenAndReadBack) {
     for (const char* name : {"normal-complete", "replaced-screen-battery", "recovery", "no-battery"}) {
         SCOPED_TRACE(name);
-        std::string error;
-        auto device =
-            CDeviceFile::Load(std::string(PELMOR_TEST_DATA_DIR) + "/devices/" + name + ".json", error);
-        ASSERT_TRUE(device) << error;
+        auto device = LoadDevice(name);
+        ASSERT_TRUE(device);
         auto again = RoundTrip(*device);
         ASSERT_TRUE(again);
         EXPECT_EQ(PelmorSocketHelper::DeviceToJson(again.get()).ToJson(),

@@ -282,6 +282,55 @@ TEST(XJsonBuild, MembersAddedInOneGoMatchMembersAddedOneByOne) {
     EXPECT_EQ(ordered.ToJson(), "{\"z\":1,\"y\":\"2\",\"x\":\"3\"}");
 }
 
+// The same members written straight as text, without a tree, give the tree's text exactly.
+TEST(XJsonBuild, MembersWrittenAsTextAreTheBuiltObjectsText) {
+    // Members only refer to their texts, which must outlive them.
+    const XString escaped(L"caf\u00E9 \"q\" \\ \n\x01"), longText(300, L'\u8BBE'),
+        broken(L"\xDC00\U0001F600"), empty;
+    const std::initializer_list<XJsonMember> members = {
+        {"a", escaped},
+        {"b", std::string_view("ok\xFF and \xC3")},
+        {"k\xC3", longText},
+        {"n", std::numeric_limits<long long>::min()},
+        {"s", broken},
+        {"e", empty},
+        {"u", std::string_view("")},
+    };
+    XJson built;
+    built.AddMembers(members);
+    EXPECT_EQ(XJson::MembersJson(members), built.ToJson());
+    EXPECT_EQ(XJson::MembersJson({}), "{}");
+}
+
+// One value written as given text, found by where it lives in the document, wherever that is.
+TEST(XJsonRender, ValueGivenAsTextIsWrittenInItsPlace) {
+    const XJson document(
+        std::string(R"({"method":"m","params":{"info":null,"file":"f"},"list":[1,{"x":2}]})"));
+    EXPECT_EQ(document.ToJson(), R"({"method":"m","params":{"info":null,"file":"f"},"list":[1,{"x":2}]})");
+    const auto rendered = [&document](const XJson& at, std::string_view text) {
+        std::string out;
+        EXPECT_TRUE(document.Render(
+            [&out](const char* piece, size_t length) {
+                out.append(piece, length);
+                return true;
+            },
+            at, text));
+        return out;
+    };
+    EXPECT_EQ(rendered(document.Member("params").Member("info"), R"({"k":"v"})"),
+              R"({"method":"m","params":{"info":{"k":"v"},"file":"f"},"list":[1,{"x":2}]})");
+    EXPECT_EQ(rendered(document.Member("list").Element(1), "3"),
+              R"({"method":"m","params":{"info":null,"file":"f"},"list":[1,3]})");
+    // Longer than the renderer's buffer: written past it, in order.
+    const std::string big = "\"" + std::string(40000, 'z') + "\"";
+    EXPECT_EQ(rendered(document.Member("method"), big),
+              R"({"method":)" + big + R"(,"params":{"info":null,"file":"f"},"list":[1,{"x":2}]})");
+    // A value that is not inside the document changes nothing; nor does an absent member.
+    const XJson elsewhere(std::string(R"({"info":null})"));
+    EXPECT_EQ(rendered(elsewhere.Member("info"), "1"), document.ToJson());
+    EXPECT_EQ(rendered(document.Member("absent"), "1"), document.ToJson());
+}
+
 // Our renderer copies strings in runs; the bytes must stay exactly what the JSON library writes.
 TEST(XJsonRender, WritesWhatTheJsonLibraryWrites) {
     std::string everyCharacter = "\"";

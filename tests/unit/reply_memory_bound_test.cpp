@@ -16,6 +16,7 @@
 
 #include "AllocationControl.h"
 #include "DeviceFile.h"
+#include "SampleDevices.h"
 #include "standard/PelmorSocketStandard.h"
 
 namespace {
@@ -68,10 +69,8 @@ namespace {
 class ReplyMemoryBound : public ::testing::Test {
   protected:
     void SetUp() override {
-        std::string error;
-        device_ =
-            CDeviceFile::Load(std::string(PELMOR_TEST_DATA_DIR) + "/devices/normal-complete.json", error);
-        ASSERT_TRUE(device_) << error;
+        device_ = LoadDevice("normal-complete");
+        ASSERT_TRUE(device_);
     }
 
     void TearDown() override { servedBody = QByteArray(); }

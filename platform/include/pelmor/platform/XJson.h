@@ -80,6 +80,11 @@ class PELMOR_PLATFORM_API XJson {
     // document of many members whose keys differ (a device description) skips a search and an insertion per
     // member. When memory runs out nothing is added.
     void AddMembers(std::initializer_list<XJsonMember> members) noexcept;
+    // The text ToJson gives for the object AddMembers(members) builds on an empty value, written straight
+    // from the members: for a large object that is only ever sent (a device description) building the
+    // tree would be most of the work. The keys must differ; a key given twice is written twice. Empty when
+    // memory runs out.
+    static std::string MembersJson(std::initializer_list<XJsonMember> members) noexcept;
     // Adds one element to an array (a value that is not yet an array becomes one).
     void Append(const XJson& element) noexcept;
     // Makes the value an object with room for this many members, so that one built member by member is
@@ -136,6 +141,11 @@ class PELMOR_PLATFORM_API XJson {
     // The same text handed to sink in pieces, so that a large document need not exist as one text.
     // Stops and gives false when sink does, or when rendering fails part-way.
     bool Render(const std::function<bool(const char* piece, std::size_t length)>& sink) const noexcept;
+    // The same with verbatim, JSON text, written as it stands in place of the value at: a member or
+    // element somewhere inside this value, as Member and Element give it. Lets a part built as text (by
+    // MembersJson) go out inside a document without being made a tree.
+    bool Render(const std::function<bool(const char* piece, std::size_t length)>& sink, const XJson& at,
+                std::string_view verbatim) const noexcept;
     // About the length of that text, found without rendering it, for sizing a buffer once.
     std::size_t ApproximateJsonLength() const noexcept;
 
