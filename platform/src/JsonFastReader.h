@@ -33,7 +33,7 @@ class JsonFastReader {
         if (static_cast<std::size_t>(end_ - begin_) > kLongestText) return false;
         const char* p = begin_;
         const char c = Peek(p);
-        p = Value(p, c, kMaxDepth);
+        p = Member(p, c, kMaxDepth);
         return p && SkipSpace(p) == end_;
     }
 
@@ -88,11 +88,10 @@ class JsonFastReader {
         return p;
     }
 
-    // The value that starts with c at p (c is 0 at the end). depth: how many more containers may open.
+    // The value other than a text that starts with c at p (c is 0 at the end). depth: how many more
+    // containers may open.
     const char* Value(const char* p, char c, unsigned depth) {
         switch (c) {
-            case '"':
-                return Text<false>(p + 1);
             case '{':
                 return depth ? Object(p + 1, depth - 1) : nullptr;
             case '[':
@@ -120,7 +119,8 @@ class JsonFastReader {
         }
     }
 
-    // Texts are most values of an object or array: read without going through Value and back.
+    // Any value. Texts, most of them, are tested for first, and Value has no case for them: one copy fewer
+    // of the text's inlined handling, which made the whole parse measurably slower.
     const char* Member(const char* p, char c, unsigned depth) {
         return c == '"' ? Text<false>(p + 1) : Value(p, c, depth);
     }

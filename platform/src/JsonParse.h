@@ -13,7 +13,8 @@
 // the tree outgrows the arena's budget, and std::bad_alloc when memory runs out.
 //
 // A text the fast reader cannot read is parsed again from the start in a fresh arena: arena is then
-// dropped and replaced by the new one (null only when making it threw std::bad_alloc).
+// dropped and replaced by the new one, or set to null when there is no memory for it (and std::bad_alloc
+// thrown).
 boost::json::value ParseJson(boost::json::string_view text, ParseArena*& arena, bool& ok);
 
 // For the reader's own test only; not exported.
