@@ -176,7 +176,7 @@ void Adopt(json::value& target, json::value&& source) noexcept {
 // Parses text into target, in an arena of its own. Text that is not JSON, or whose tree would outgrow
 // the arena's budget, leaves target null.
 bool ParseInto(json::value& target, json::string_view text) noexcept {
-    ParseArena* const arena = ParseArena::Create(text.size());
+    ParseArena* arena = ParseArena::Create(text.size());
     if (!arena) {
         Pelmor::NoteMemoryShortage();
         Adopt(target, json::value());
@@ -184,7 +184,7 @@ bool ParseInto(json::value& target, json::string_view text) noexcept {
     }
     bool ok = false;
     try {
-        json::value parsed = ParseJson(text, *arena, ok);
+        json::value parsed = ParseJson(text, arena, ok);  // may move the parse to a fresh arena
         if (ok) Adopt(target, std::move(parsed));
     } catch (const ParseArena::OverBudget&) {
         ok = false;
@@ -193,7 +193,7 @@ bool ParseInto(json::value& target, json::string_view text) noexcept {
         ok = false;
     }
     if (!ok) Adopt(target, json::value());
-    arena->Drop();
+    if (arena) arena->Drop();
     return ok;
 }
 

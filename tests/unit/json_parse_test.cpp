@@ -1,6 +1,7 @@
-// XJson parses with a tree builder of its own into an arena of its own. What it builds must be exactly
-// what boost::json::parse builds (with invalid UTF-8 allowed) for every text, and the arena must live
-// exactly as long as any value in it.
+// XJson parses with a reader and a tree builder of its own into an arena of its own, and leaves what its
+// reader cannot read exactly to Boost.JSON's parser. What it builds must be exactly what boost::json::parse
+// builds (with invalid UTF-8 allowed) for every text, by either reader, and the arena must live exactly as
+// long as any value in it.
 #include <gtest/gtest.h>
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
@@ -12,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "JsonParse.h"
+#include "ParseArena.h"
 #include "XJsonValue.h"
 
 namespace json = boost::json;
@@ -55,20 +58,61 @@ namespace {
     }
 }
 
-// Parses text both ways and compares the outcome.
+// What ParseJson makes of text, with the fast reader or with the general parser alone.
+struct Outcome {
+    bool ok = false;
+    bool fast = false;  // the fast reader built it, without handing the text over
+    bool identical = false;
+    std::string difference;
+};
+
+Outcome ParseDirectly(const std::string& text, bool useFastReader, const json::value* expected = nullptr) {
+    json_parse_testing::UseFastReader(useFastReader);
+    const std::size_t before = json_parse_testing::GeneralParses();
+    ParseArena* arena = ParseArena::Create(text.size());
+    Outcome outcome;
+    try {
+        const json::value tree = ParseJson(text, arena, outcome.ok);
+        if (outcome.ok && expected) {
+            const auto same = Identical(tree, *expected);
+            outcome.identical = bool(same);
+            outcome.difference = same.message();
+        }
+    } catch (const ParseArena::OverBudget&) {
+        outcome.ok = false;
+    }
+    if (arena) arena->Drop();
+    outcome.fast = useFastReader && json_parse_testing::GeneralParses() == before;
+    json_parse_testing::UseFastReader(true);
+    return outcome;
+}
+
+bool ReadFast(const std::string& text) {
+    return ParseDirectly(text, true).fast;
+}
+
+// Parses text through XJson and by either reader alone, and compares each outcome with Boost.JSON's.
 void ExpectParsedAsBoostDoes(const std::string& text) {
     json::parse_options options;
     options.allow_invalid_utf8 = true;
     json::error_code ec;
     const json::value expected = json::parse(text, ec, json::storage_ptr(), options);
+    const std::string shown = text.size() > 120 ? text.substr(0, 120) + "..." : text;
     XJson parsed;
     const bool ok = parsed.Parse(text);
-    const std::string shown = text.size() > 120 ? text.substr(0, 120) + "..." : text;
     ASSERT_EQ(ok, !ec) << shown << (ec ? " (Boost: " + ec.message() + ")" : std::string());
     if (ok)
         EXPECT_TRUE(Identical(JsonValue(parsed), expected)) << shown;
     else
         EXPECT_TRUE(parsed.IsNull()) << shown;
+    for (const bool fast : {true, false}) {
+        const Outcome outcome = ParseDirectly(text, fast, &expected);
+        EXPECT_EQ(outcome.ok, !ec) << (fast ? "fast reader: " : "general parser: ") << shown;
+        if (outcome.ok && !ec) {
+            EXPECT_TRUE(outcome.identical)
+                << (fast ? "fast reader: " : "general parser: ") << shown << ": " << outcome.difference;
+        }
+    }
 }
 
 std::string Repeated(const std::string& unit, int count, const std::string& separator = "") {
@@ -117,7 +161,29 @@ TEST(JsonParse, NumbersKeepTheirKindAtEveryEdge) {
         ExpectParsedAsBoostDoes(std::string("[") + number + "," + number + "]");
         ExpectParsedAsBoostDoes(std::string(R"({"n":)") + number + "}");
     }
-    for (const char* broken : {"01", "1.", ".5", "1e", "+1", "-", "0x10", "1e+", "NaN", "Infinity"})
+    for (const char* broken : {"01",
+                               "-01",
+                               "00",
+                               "-00",
+                               "0-",
+                               "1-",
+                               "--1",
+                               "-a",
+                               "1.",
+                               ".5",
+                               "1e",
+                               "+1",
+                               "-",
+                               "0x10",
+                               "1e+",
+                               "NaN",
+                               "Infinity",
+                               "[01]",
+                               "[-]",
+                               "{\"a\":-}",
+                               "99999999999999999999",
+                               "10000000000000000000",
+                               "123456789012345678901234"})
         ExpectParsedAsBoostDoes(broken);
 }
 
@@ -154,10 +220,42 @@ TEST(JsonParse, TextsEscapesAndInvalidUtf8) {
         ExpectParsedAsBoostDoes(text);
         ExpectParsedAsBoostDoes(std::string("{\"k\":") + text + ",\"" + "k2\":[" + text + "]}");
     }
+    // Every control character is refused inside a text; DEL is not one.
+    for (int c = 0; c <= 0x7F; c = c == 0x1F ? 0x7F : c + 1) {
+        const std::string inside = "\"a" + std::string(1, char(c)) + "b\"";
+        ExpectParsedAsBoostDoes(inside);
+        ExpectParsedAsBoostDoes("{" + inside + ":1}");
+    }
+    // Escapes at the ends of texts and keys, in both cases of hex, and surrogates in every bad company.
+    for (const char* text : {R"("\\")",
+                             R"("\"")",
+                             R"("a\/")",
+                             R"("\u00E9\u00e9")",
+                             R"("\uD83D\uDE00")",
+                             R"("\ud83d\\n")",
+                             R"("\ud83d\ud83d")",
+                             R"("\ud83d\u")",
+                             R"("\ud83d\")",
+                             R"("\ud83d)",
+                             R"("\udbff\udfff")",
+                             R"("\uffff")",
+                             R"("\u0800\u07ff\u0080\u007f")",
+                             R"("\u00g0")",
+                             R"("\")",
+                             R"("\)",
+                             R"("\u)",
+                             R"("\u00)",
+                             R"("\U0041")",
+                             R"("\a")"}) {
+        ExpectParsedAsBoostDoes(text);
+        ExpectParsedAsBoostDoes(std::string("{") + text + ":" + text + "}");
+    }
     // Texts and keys long enough that the parser hands them over in pieces: with escapes, and without.
     const std::string escaped = Repeated(R"(ab\n\u4e2d\"c)", 3000);
     const std::string plain(70000, 'x');
-    for (const std::string& text : {escaped, plain, escaped + plain, "\xff" + escaped + "\xfe"}) {
+    const std::string pairs = Repeated(R"(\ud83d\ude00)", 2000);
+    for (const std::string& text :
+         {escaped, plain, escaped + plain, plain + escaped, pairs, "\xff" + escaped + "\xfe"}) {
         ExpectParsedAsBoostDoes("\"" + text + "\"");
         ExpectParsedAsBoostDoes("{\"" + text + "\":\"" + text + "\",\"" + text + "\":1}");
         ExpectParsedAsBoostDoes("[\"" + text + "\",{\"" + text + "\":[\"" + text + "\"]}]");
@@ -173,8 +271,62 @@ TEST(JsonParse, ShapesAndWhatIsNotJson) {
              "{" + Repeated(R"("k":[1,2,3])", 3000, ",") + "}",
              // Not JSON.
              "", " ", "{", "[1,", R"({"a":)", R"({"a" 1})", "[1,]", R"({"a":1,})", "{} x", "1 2", "[1]]",
-             "/* c */ {}", "{} // c", "tru", "nul", "{'a':1}", R"({"a":1}{"b":2})", "\xef\xbb\xbf{}"})
+             "/* c */ {}", "{} // c", "tru", "nul", "{'a':1}", R"({"a":1}{"b":2})", "\xef\xbb\xbf{}", "truex",
+             "[true false]", R"({"a"})", "{1:2}", "[,1]", "{,}", "]", R"("a""b")", R"({"a": []]})",
+             R"({ "a" : [ ] , "b" : { "c" : "d" } , "e" : 1 })",
+             // Only four bytes are space between tokens.
+             "\f[]", "[\v1]", std::string("[1\0]", 4), "\xc2\xa0[]", std::string("[]\0", 3)})
         ExpectParsedAsBoostDoes(text);
+}
+
+// A document cut short at any byte is not JSON, or a shorter one (a number that lost digits), and every
+// prefix must come out as Boost.JSON has it.
+TEST(JsonParse, EveryPrefixOfADocument) {
+    const std::string document =
+        R"( {"id":-12,"big":18446744073709551615,"ok":true,"no":false,"none":null,"f":0.5e1,)"
+        R"("text":"a\"b\\c\/\b\f\n\r\t\u00e9\ud83d\ude00)"
+        "\xe4\xb8\xad\xff"
+        R"(","\u006b":[ 1 ,)"
+        "\t[{}],[]\r\n,"
+        R"({"k":"v","k":"w"}],"deep":[[[["x"]]]]} )";
+    for (std::size_t length = 0; length <= document.size(); ++length)
+        ExpectParsedAsBoostDoes(document.substr(0, length));
+}
+
+// The fast reader must take the texts replies are made of, or it saves nothing, and must leave alone what
+// it cannot read as the general parser does.
+TEST(JsonParse, FastReaderTakesWhatItReadsExactlyAndNothingElse) {
+    for (const std::string& text : std::vector<std::string>{
+             R"({"a":[1,-2,"x",true,false,null,{},[]],"b":{"c":"\u4e2d\ud83d\ude00\n"}})", "-0",
+             "9223372036854775807", "-9223372036854775808", "18446744073709551615", "\"\xff\xc3(\"",
+             " \t\r\n[ 1 , { \"k\" : 2 } ]\n", Nested(32, "[", "]"), R"({"a":1,"a":2})",
+             "\"" + Repeated(R"(ab\n\u4e2d)", 3000) + "\""})
+        EXPECT_TRUE(ReadFast(text)) << text.substr(0, 80);
+    for (const std::string& text : std::vector<std::string>{
+             "1.5", "[1e3]", R"({"a":-0.0})", "18446744073709551616", "-9223372036854775809", R"("\ud800")",
+             R"("\udc00\ud800")", "\"a\tb\"", Nested(33, "[", "]"), "[1,]", "{} x", "", "[\"a\"", "01"})
+        EXPECT_FALSE(ReadFast(text)) << text.substr(0, 80);
+}
+
+// A text whose tree takes most of its budget is refused or kept by the fast reader as by the general
+// parser, also when the fast reader gives up at its very end, after building most of the tree.
+TEST(JsonParse, BudgetIsTheSameWithEitherReader) {
+    for (const std::string last : {"1", "1.5"}) {
+        const auto document = [&](int count) { return "[[" + Repeated("1", count, ",") + "]," + last + "]"; };
+        const auto fits = [&](int count) { return ParseDirectly(document(count), false).ok; };
+        // The largest count whose tree fits, found by halving.
+        int fitting = 1, tooMany = 1 << 22;
+        ASSERT_TRUE(fits(fitting));
+        ASSERT_FALSE(fits(tooMany));
+        while (tooMany - fitting > 1) {
+            const int middle = fitting + (tooMany - fitting) / 2;
+            (fits(middle) ? fitting : tooMany) = middle;
+        }
+        const Outcome kept = ParseDirectly(document(fitting), true);
+        EXPECT_TRUE(kept.ok) << last << ", " << fitting << " elements";
+        EXPECT_EQ(kept.fast, last == "1");
+        EXPECT_FALSE(ParseDirectly(document(tooMany), true).ok) << last << ", " << tooMany << " elements";
+    }
 }
 
 // A value taken out of a tree, moved or copied keeps its texts after everything else of the parse is gone,
