@@ -191,5 +191,6 @@ std::string PelmorSocketHelper::DeviceDescriptionJson(ISocketDevice* device) {
     // Without a description the member goes out as {}, as an empty value added to the parameters does.
     std::string text = Describe<std::string>(
         device, [](std::initializer_list<XJsonMember> members) { return XJson::MembersJson(members); });
-    return text.empty() ? std::string("{}") : text;
+    if (text.empty()) text = "{}";
+    return text;
 }
