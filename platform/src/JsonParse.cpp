@@ -2,7 +2,6 @@
 
 #include <boost/json/basic_parser_impl.hpp>
 
-#include <atomic>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -176,15 +175,13 @@ class TreeBuilder {
     std::size_t charsCapacity_ = 0;
 };
 
-// Switches and counts for the reader's own test; a parse reads the first once, the rest only on giving up.
-std::atomic<bool> fastReaderOn{true};
-thread_local std::size_t generalParses = 0;
-
 }  // namespace
 
-json::value ParseJson(json::string_view text, ParseArena*& arena, bool& ok) {
+json::value ParseJson(json::string_view text, ParseArena*& arena, bool& ok, JsonReader reader,
+                      JsonReader* readBy) {
     ok = false;
-    if (fastReaderOn.load(std::memory_order_relaxed)) {
+    if (readBy) *readBy = reader;
+    if (reader == JsonReader::kFastFirst) {
         try {
             TreeBuilder builder(*arena);
             if (JsonFastReader<TreeBuilder>(builder, text).Read()) {
@@ -194,7 +191,7 @@ json::value ParseJson(json::string_view text, ParseArena*& arena, bool& ok) {
         } catch (const ParseArena::OverBudget&) {
             // The general parser's own tree decides whether the text fits.
         }
-        ++generalParses;
+        if (readBy) *readBy = JsonReader::kGeneral;
         // Start over in a fresh arena, so that the text gets its whole budget and what the fast reader
         // built is gone before the general parser builds its own.
         arena->Drop();
@@ -210,15 +207,3 @@ json::value ParseJson(json::string_view text, ParseArena*& arena, bool& ok) {
     ok = true;
     return parser.handler().Release();
 }
-
-namespace json_parse_testing {
-
-void UseFastReader(bool on) noexcept {
-    fastReaderOn.store(on, std::memory_order_relaxed);
-}
-
-std::size_t GeneralParses() noexcept {
-    return generalParses;
-}
-
-}  // namespace json_parse_testing

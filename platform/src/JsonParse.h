@@ -12,15 +12,12 @@
 // limit. ok is false (and the result null) for text that is not JSON. Throws ParseArena::OverBudget when
 // the tree outgrows the arena's budget, and std::bad_alloc when memory runs out.
 //
-// A text the fast reader cannot read is parsed again from the start in a fresh arena: arena is then
-// dropped and replaced by the new one, or set to null when there is no memory for it (and std::bad_alloc
-// thrown).
-boost::json::value ParseJson(boost::json::string_view text, ParseArena*& arena, bool& ok);
+// Text is read by a fast reader of whole texts first. A text it cannot read (a fraction, a large integer,
+// anything that is not JSON) is parsed again from the start by Boost.JSON's general parser, in a fresh
+// arena: arena is then dropped and replaced by the new one, or set to null when there is no memory for it
+// (and std::bad_alloc thrown). JsonReader::kGeneral skips the fast reader (its tests compare the two).
+enum class JsonReader { kFastFirst, kGeneral };
 
-// For the reader's own test only; not exported.
-namespace json_parse_testing {
-// Off: every text goes straight to the general parser.
-void UseFastReader(bool on) noexcept;
-// How many texts the fast reader has handed to the general parser on this thread.
-std::size_t GeneralParses() noexcept;
-}  // namespace json_parse_testing
+// readBy, when given, says which reader built the tree (or gave the verdict).
+boost::json::value ParseJson(boost::json::string_view text, ParseArena*& arena, bool& ok,
+                             JsonReader reader = JsonReader::kFastFirst, JsonReader* readBy = nullptr);

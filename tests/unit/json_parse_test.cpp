@@ -67,12 +67,12 @@ struct Outcome {
 };
 
 Outcome ParseDirectly(const std::string& text, bool useFastReader, const json::value* expected = nullptr) {
-    json_parse_testing::UseFastReader(useFastReader);
-    const std::size_t before = json_parse_testing::GeneralParses();
     ParseArena* arena = ParseArena::Create(text.size());
     Outcome outcome;
+    JsonReader readBy = JsonReader::kGeneral;
     try {
-        const json::value tree = ParseJson(text, arena, outcome.ok);
+        const json::value tree = ParseJson(
+            text, arena, outcome.ok, useFastReader ? JsonReader::kFastFirst : JsonReader::kGeneral, &readBy);
         if (outcome.ok && expected) {
             const auto same = Identical(tree, *expected);
             outcome.identical = bool(same);
@@ -82,8 +82,7 @@ Outcome ParseDirectly(const std::string& text, bool useFastReader, const json::v
         outcome.ok = false;
     }
     if (arena) arena->Drop();
-    outcome.fast = useFastReader && json_parse_testing::GeneralParses() == before;
-    json_parse_testing::UseFastReader(true);
+    outcome.fast = readBy == JsonReader::kFastFirst;
     return outcome;
 }
 
