@@ -165,12 +165,6 @@ void WriteCharacters(JsonPieceWriter& out, json::string_view text, bool knownVal
     out.Put(text.data() + runStart, length - runStart);
 }
 
-void WriteString(JsonPieceWriter& out, json::string_view text) {
-    out.Put('"');
-    WriteCharacters(out, text, false);
-    out.Put('"');
-}
-
 // The one value of a document written as given text instead of from the tree; none when null.
 struct Verbatim {
     const json::value* at = nullptr;
@@ -240,7 +234,7 @@ void WriteValue(JsonPieceWriter& out, const json::value& value, const Verbatim& 
     }
     switch (value.kind()) {
         case json::kind::string:
-            WriteString(out, value.get_string());
+            WriteJsonString(out, value.get_string(), false);
             return;
         case json::kind::array: {
             out.Put('[');
@@ -263,7 +257,7 @@ void WriteValue(JsonPieceWriter& out, const json::value& value, const Verbatim& 
             for (const json::key_value_pair& member : value.get_object()) {
                 if (!first) out.Put(',');
                 first = false;
-                WriteString(out, member.key());
+                WriteJsonString(out, member.key(), false);
                 out.Put(':');
                 WriteValue(out, member.value(), verbatim);
             }
