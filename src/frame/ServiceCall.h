@@ -63,17 +63,14 @@ struct DeviceParams {
 
 namespace detail {
 
-inline Request WithParams(XJson document, XJson&) {
-    return Request{std::move(document), std::string()};
+// The request for parameters as an operation built them; wrap puts them in the edition's document.
+template <typename Wrap>
+Request MakeRequest(XJson params, const Wrap& wrap) {
+    return Request{wrap(std::move(params)), std::string()};
 }
-inline Request WithParams(XJson document, DeviceParams& params) {
-    return Request{std::move(document), std::move(params.info)};
-}
-inline XJson&& ParamsOf(XJson& params) {
-    return std::move(params);
-}
-inline XJson&& ParamsOf(DeviceParams& params) {
-    return std::move(params.params);
+template <typename Wrap>
+Request MakeRequest(DeviceParams params, const Wrap& wrap) {
+    return Request{wrap(std::move(params.params)), std::move(params.info)};
 }
 
 }  // namespace detail
@@ -109,8 +106,9 @@ HalvexReply* Standard(const char* method, bool argumentsPresent, Params&& params
     return Exchange(
         argumentsPresent,
         [&] {
-            auto built = params();
-            return detail::WithParams(PelmorSocketHelper::BuildJson(method, detail::ParamsOf(built)), built);
+            return detail::MakeRequest(params(), [method](XJson built) {
+                return PelmorSocketHelper::BuildJson(method, std::move(built));
+            });
         },
         [](HalvexReply* reply, Request request) {
             return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(), std::move(request.document),
@@ -126,8 +124,8 @@ HalvexReply* Enterprise(const wchar_t* path, bool argumentsPresent, Params&& par
     return Exchange(
         argumentsPresent,
         [&] {
-            auto built = params();
-            return detail::WithParams(PelmorSocketHelper::BuildJson(detail::ParamsOf(built)), built);
+            return detail::MakeRequest(
+                params(), [](XJson built) { return PelmorSocketHelper::BuildJson(std::move(built)); });
         },
         [path](HalvexReply* reply, Request request) {
             return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(), XString(path),
