@@ -3,13 +3,16 @@
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 
+#include "AesNiCbc.h"
 #include "Base64Groups.h"
 
+#include <algorithm>
 #include <atomic>
 #include <climits>
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -87,31 +90,82 @@ void GiveContext(bool encrypt, const unsigned char* key, CipherContext context) 
     std::memcpy(kept.key, key, kKeyBytes);
 }
 
-QByteArray RunCipher(bool encrypt, const unsigned char* key, const unsigned char* iv,
-                     const QByteArray& input) {
-    if (!key || !iv) return QByteArray();
-    if (!encrypt && (input.isEmpty() || input.size() % 16 != 0)) return QByteArray();
-    CipherContext context = TakeContext(encrypt, key, iv);
-    if (!context) return QByteArray();
-    // One block of room for the padding; QByteArray sizes are int, so stay well below INT_MAX.
-    if (input.size() > INT_MAX - 32) return QByteArray();
-    QByteArray output;
-    try {
-        output.resize(input.size() + 16);
-    } catch (...) {
-        return QByteArray();
+// AES on the processor's instructions where it has them. A build for testing OpenSSL's path defines
+// PELMOR_CRYPT_OPENSSL_ONLY.
+bool UseAesInstructions() noexcept {
+#ifdef PELMOR_CRYPT_OPENSSL_ONLY
+    return false;
+#else
+    return AesNiCbc::Available();
+#endif
+}
+
+// The plain length of a decrypted text, from its PKCS#7 padding, checked as OpenSSL checks it: the last
+// byte counts 1 to 16 bytes, each of which holds the count. False for anything else.
+bool StripPadding(const unsigned char* bytes, std::size_t length, std::size_t& plainLength) noexcept {
+    const unsigned count = bytes[length - 1];
+    if (count == 0 || count > XCrypt::AES::CBC::Encryptor::kBlock) return false;
+    for (std::size_t i = length - count; i < length; ++i)
+        if (bytes[i] != count) return false;
+    plainLength = length - count;
+    return true;
+}
+
+// Whole blocks are encrypted as they come; up to a block's worth waits in pending for the next piece or
+// for the padding.
+struct InstructionStream {
+    AesNiCbc::RoundKeys keys;
+    unsigned char chain[AesNiCbc::kBlock];
+    unsigned char pending[AesNiCbc::kBlock];
+    std::size_t pendingCount = 0;
+
+    InstructionStream(const unsigned char* key, const unsigned char* iv) noexcept {
+        AesNiCbc::ExpandEncryptKey(key, keys);
+        std::memcpy(chain, iv, sizeof chain);
     }
-    if (output.size() != input.size() + 16) return QByteArray();
-    auto* out = reinterpret_cast<unsigned char*>(output.data());
+
+    std::size_t Update(const unsigned char* data, std::size_t length, unsigned char* out) noexcept {
+        std::size_t written = 0;
+        if (pendingCount > 0) {
+            const std::size_t taken = std::min(length, AesNiCbc::kBlock - pendingCount);
+            std::memcpy(pending + pendingCount, data, taken);
+            pendingCount += taken;
+            data += taken;
+            length -= taken;
+            if (pendingCount < AesNiCbc::kBlock) return 0;
+            AesNiCbc::EncryptBlocks(keys, chain, pending, out, 1);
+            written = AesNiCbc::kBlock;
+            pendingCount = 0;
+        }
+        const std::size_t blocks = length / AesNiCbc::kBlock;
+        AesNiCbc::EncryptBlocks(keys, chain, data, out + written, blocks);
+        written += blocks * AesNiCbc::kBlock;
+        pendingCount = length % AesNiCbc::kBlock;
+        std::memcpy(pending, data + blocks * AesNiCbc::kBlock, pendingCount);
+        return written;
+    }
+
+    std::size_t Finish(unsigned char* out) noexcept {
+        const auto padding = static_cast<unsigned char>(AesNiCbc::kBlock - pendingCount);
+        std::memset(pending + pendingCount, padding, padding);
+        AesNiCbc::EncryptBlocks(keys, chain, pending, out, 1);
+        pendingCount = 0;
+        return AesNiCbc::kBlock;
+    }
+};
+
+bool DecryptWithOpenssl(const unsigned char* key, const unsigned char* iv, unsigned char* bytes,
+                        std::size_t length, std::size_t& plainLength) noexcept {
+    CipherContext context = TakeContext(false, key, iv);
+    if (!context) return false;
+    // Exactly in place, which EVP allows: it holds the last block back and decrypts it at the end.
     int written = 0;
-    if (EVP_CipherUpdate(context.get(), out, &written,
-                         reinterpret_cast<const unsigned char*>(input.constData()), input.size()) != 1)
-        return QByteArray();
+    if (EVP_DecryptUpdate(context.get(), bytes, &written, bytes, static_cast<int>(length)) != 1) return false;
     int final = 0;
-    if (EVP_CipherFinal_ex(context.get(), out + written, &final) != 1) return QByteArray();
-    output.truncate(written + final);
-    GiveContext(encrypt, key, std::move(context));
-    return output;
+    if (EVP_DecryptFinal_ex(context.get(), bytes + written, &final) != 1) return false;
+    plainLength = static_cast<std::size_t>(written) + static_cast<std::size_t>(final);
+    GiveContext(false, key, std::move(context));
+    return true;
 }
 
 constexpr const char* kAlphabet = kBase64Alphabet;
@@ -133,8 +187,20 @@ namespace AES {
 namespace CBC {
 
 QByteArray EncryptPKCS7(const unsigned char* key, const unsigned char* iv, QByteArray data) {
+    // One block of room for the padding; QByteArray sizes are int, so stay well below INT_MAX.
+    if (data.size() > INT_MAX - 32) return QByteArray();
     try {
-        return RunCipher(true, key, iv, data);
+        Encryptor encryptor(key, iv);
+        QByteArray output(data.size() + static_cast<int>(Encryptor::kBlock), Qt::Uninitialized);
+        std::size_t written = 0;
+        std::size_t last = 0;
+        if (output.size() != data.size() + static_cast<int>(Encryptor::kBlock) ||
+            !encryptor.Update(data.constData(), static_cast<std::size_t>(data.size()), output.data(),
+                              written) ||
+            !encryptor.Finish(output.data() + written, last))
+            return QByteArray();
+        output.truncate(static_cast<int>(written + last));
+        return output;
     } catch (...) {
         return QByteArray();
     }
@@ -142,7 +208,13 @@ QByteArray EncryptPKCS7(const unsigned char* key, const unsigned char* iv, QByte
 
 QByteArray DecryptPKCS7(const unsigned char* key, const unsigned char* iv, QByteArray data) {
     try {
-        return RunCipher(false, key, iv, data);
+        std::size_t plainLength = 0;
+        // data is this call's own copy: writing to it detaches it from the caller's.
+        if (data.isEmpty() ||
+            !DecryptInPlace(key, iv, data.data(), static_cast<std::size_t>(data.size()), plainLength))
+            return QByteArray();
+        data.truncate(static_cast<int>(plainLength));
+        return data;
     } catch (...) {
         return QByteArray();
     }
@@ -153,29 +225,36 @@ bool DecryptInPlace(const unsigned char* key, const unsigned char* iv, char* dat
     plainLength = 0;
     if (!key || !iv || !data || length == 0 || length % 16 != 0 || length > static_cast<std::size_t>(INT_MAX))
         return false;
-    CipherContext context = TakeContext(false, key, iv);
-    if (!context) return false;
-    // Exactly in place, which EVP allows: it holds the last block back and decrypts it at the end.
     auto* bytes = reinterpret_cast<unsigned char*>(data);
-    int written = 0;
-    if (EVP_DecryptUpdate(context.get(), bytes, &written, bytes, static_cast<int>(length)) != 1) return false;
-    int final = 0;
-    if (EVP_DecryptFinal_ex(context.get(), bytes + written, &final) != 1) return false;
-    plainLength = static_cast<std::size_t>(written) + static_cast<std::size_t>(final);
-    GiveContext(false, key, std::move(context));
-    return true;
+    if (!UseAesInstructions()) return DecryptWithOpenssl(key, iv, bytes, length, plainLength);
+    AesNiCbc::RoundKeys encryptKeys;
+    AesNiCbc::RoundKeys decryptKeys;
+    AesNiCbc::ExpandEncryptKey(key, encryptKeys);
+    AesNiCbc::InvertKeys(encryptKeys, decryptKeys);
+    unsigned char chain[AesNiCbc::kBlock];
+    std::memcpy(chain, iv, sizeof chain);
+    AesNiCbc::DecryptBlocks(decryptKeys, chain, bytes, bytes, length / AesNiCbc::kBlock);
+    return StripPadding(bytes, length, plainLength);
 }
 
+// One of the two engines, as UseAesInstructions chose when the encryptor was made.
 struct Encryptor::Context {
     CipherContext cipher;
     unsigned char key[kKeyBytes] = {};
+    std::optional<InstructionStream> instructions;
     bool ok = false;
 };
 
 Encryptor::Encryptor(const unsigned char* key, const unsigned char* iv) noexcept {
     try {
         context_ = std::make_unique<Context>();
+        if (key && iv && UseAesInstructions()) {
+            context_->instructions.emplace(key, iv);
+            context_->ok = true;
+            return;
+        }
     } catch (...) {
+        context_.reset();
         return;
     }
     if (!key || !iv) return;
@@ -185,12 +264,18 @@ Encryptor::Encryptor(const unsigned char* key, const unsigned char* iv) noexcept
 }
 
 Encryptor::~Encryptor() {
-    if (context_ && context_->ok) GiveContext(true, context_->key, std::move(context_->cipher));
+    if (context_ && context_->ok && context_->cipher)
+        GiveContext(true, context_->key, std::move(context_->cipher));
 }
 
 bool Encryptor::Update(const char* data, std::size_t length, char* out, std::size_t& written) noexcept {
     written = 0;
     if (!context_ || !context_->ok) return false;
+    if (context_->instructions) {
+        written = context_->instructions->Update(reinterpret_cast<const unsigned char*>(data), length,
+                                                 reinterpret_cast<unsigned char*>(out));
+        return true;
+    }
     // EVP takes int lengths: feed larger pieces in slices.
     constexpr std::size_t kSlice = 1u << 30;
     while (length > 0) {
@@ -212,6 +297,10 @@ bool Encryptor::Update(const char* data, std::size_t length, char* out, std::siz
 bool Encryptor::Finish(char* out, std::size_t& written) noexcept {
     written = 0;
     if (!context_ || !context_->ok) return false;
+    if (context_->instructions) {
+        written = context_->instructions->Finish(reinterpret_cast<unsigned char*>(out));
+        return true;
+    }
     int produced = 0;
     context_->ok =
         EVP_EncryptFinal_ex(context_->cipher.get(), reinterpret_cast<unsigned char*>(out), &produced) == 1;

@@ -51,6 +51,36 @@ std::string InPieces(const std::string& bytes, size_t piece, size_t room, Feed f
     return joined;
 }
 
+// A key or an IV of bytes that differ with seed.
+std::string Material(size_t length, unsigned seed) {
+    std::string bytes(length, '\0');
+    for (size_t i = 0; i < length; ++i)
+        bytes[i] = static_cast<char>((i * 73 + seed * 151 + 5) & 0xFF);
+    return bytes;
+}
+const unsigned char* Raw(const std::string& bytes) {
+    return reinterpret_cast<const unsigned char*>(bytes.data());
+}
+
+// OpenSSL's EVP, set up afresh for each call; empty with ok false when it refuses.
+std::string OpensslCbc(bool encrypt, const std::string& key, const std::string& iv, const std::string& in,
+                       bool padding, bool* ok = nullptr) {
+    EVP_CIPHER_CTX* context = EVP_CIPHER_CTX_new();
+    std::string out(in.size() + 16, '\0');
+    int written = 0;
+    int last = 0;
+    auto* bytes = reinterpret_cast<unsigned char*>(&out[0]);
+    const bool done =
+        EVP_CipherInit_ex(context, EVP_aes_256_cbc(), nullptr, Raw(key), Raw(iv), encrypt ? 1 : 0) == 1 &&
+        EVP_CIPHER_CTX_set_padding(context, padding ? 1 : 0) == 1 &&
+        EVP_CipherUpdate(context, bytes, &written, Raw(in), static_cast<int>(in.size())) == 1 &&
+        EVP_CipherFinal_ex(context, bytes + written, &last) == 1;
+    EVP_CIPHER_CTX_free(context);
+    if (ok) *ok = done;
+    out.resize(done ? static_cast<size_t>(written + last) : 0);
+    return out;
+}
+
 std::string EncryptToBase64(const std::string& plain) {
     return Text(XCrypt::BASE64::Encode(XCrypt::AES::CBC::EncryptPKCS7(kKey, kIv, Bytes(plain))));
 }
@@ -124,6 +154,68 @@ TEST(XCryptAes, EncryptorInPiecesGivesTheWholeCipher) {
     size_t written = 0;
     EXPECT_FALSE(keyless.Update("abc", 3, out, written));
     EXPECT_FALSE(keyless.Finish(out, written));
+}
+
+// Every way in (whole, in place, in pieces) against OpenSSL, for keys of all sorts of bytes: a slip in the
+// key schedule shows only for some keys, one in the block loops only for some lengths.
+TEST(XCryptAes, AgreesWithOpensslForManyKeysAndLengths) {
+    std::vector<size_t> lengths;
+    for (size_t length = 0; length <= 80; ++length)
+        lengths.push_back(length);
+    lengths.insert(lengths.end(), {4095, 4096, 100003});
+    for (unsigned seed = 0; seed < 8; ++seed) {
+        const std::string key = Material(32, seed);
+        const std::string iv = Material(16, seed + 100);
+        for (size_t length : lengths) {
+            const std::string plain = Pattern(length);
+            const std::string cipher = OpensslCbc(true, key, iv, plain, true);
+            EXPECT_EQ(Text(XCrypt::AES::CBC::EncryptPKCS7(Raw(key), Raw(iv), Bytes(plain))), cipher)
+                << "seed " << seed << ", length " << length;
+            EXPECT_EQ(Text(XCrypt::AES::CBC::DecryptPKCS7(Raw(key), Raw(iv), Bytes(cipher))), plain)
+                << "seed " << seed << ", length " << length;
+            std::string inPlace = cipher;
+            size_t plainLength = 0;
+            EXPECT_TRUE(XCrypt::AES::CBC::DecryptInPlace(Raw(key), Raw(iv), &inPlace[0], inPlace.size(),
+                                                         plainLength));
+            EXPECT_EQ(inPlace.substr(0, plainLength), plain) << "seed " << seed << ", length " << length;
+            XCrypt::AES::CBC::Encryptor encryptor(Raw(key), Raw(iv));
+            std::string streamed = InPieces(plain, 7, XCrypt::AES::CBC::Encryptor::OutputRoom(7),
+                                            [&](const char* data, size_t n, char* out) {
+                                                size_t written = 0;
+                                                EXPECT_TRUE(encryptor.Update(data, n, out, written));
+                                                return written;
+                                            });
+            char tail[XCrypt::AES::CBC::Encryptor::kBlock];
+            size_t written = 0;
+            EXPECT_TRUE(encryptor.Finish(tail, written));
+            EXPECT_EQ(streamed.append(tail, written), cipher) << "seed " << seed << ", length " << length;
+        }
+    }
+}
+
+// A last block that decrypts to each possible final byte, before bytes that match it or not: accepted
+// exactly when OpenSSL accepts it, with the same length.
+TEST(XCryptAes, PaddingIsCheckedAsOpensslChecksIt) {
+    const std::string key = Material(32, 1);
+    const std::string iv = Material(16, 2);
+    for (int last = 0; last < 256; ++last) {
+        for (int spoiled = -1; spoiled < 16; ++spoiled) {
+            std::string block(32, static_cast<char>(last));
+            block[0] = 'x';  // a first block of text before the padded one
+            if (spoiled >= 0) block[16 + spoiled] = static_cast<char>(last ^ 0x40);
+            const std::string cipher = OpensslCbc(true, key, iv, block, false);
+            bool opensslAccepts = false;
+            const std::string expected = OpensslCbc(false, key, iv, cipher, true, &opensslAccepts);
+            std::string inPlace = cipher;
+            size_t plainLength = 0;
+            const bool accepted =
+                XCrypt::AES::CBC::DecryptInPlace(Raw(key), Raw(iv), &inPlace[0], inPlace.size(), plainLength);
+            ASSERT_EQ(accepted, opensslAccepts) << "last byte " << last << ", spoiled at " << spoiled;
+            if (accepted) {
+                EXPECT_EQ(inPlace.substr(0, plainLength), expected);
+            }
+        }
+    }
 }
 
 TEST(XCryptAes, DamagedCipherTextDecryptsToEmpty) {
