@@ -27,14 +27,16 @@ class HalvexHTTP {
     static QByteArray Encrypt_BASE64(XJson& document);
     static XJson Decrypt_BASE64(const QByteArray& body);
 
-    // Posts one document and fills reply. True when a reply document came back and was stored, whatever
-    // the service's own code; false with a local code (1 to 5) in reply otherwise. paramsInfo, when not
-    // empty, is JSON text sent as the "info" member of the document's "params" in place of what that
-    // member holds: a device description is written as text rather than built as a tree.
-    static bool POST(HalvexReply* reply, const XString& url, XJson document,
+    // Posts one request and fills reply. True when a reply document came back and was stored, whatever
+    // the service's own code; false with a local code (1 to 5) in reply otherwise. The document sent is
+    // {"method":method,"params":params} followed by the current settings, as
+    // PelmorSocketHelper::BuildJson makes it; no "method" when method is null (the enterprise form).
+    // paramsInfo, when not empty, is JSON text sent as params' "info" in place of what that member holds:
+    // a device description is written as text rather than built as a tree.
+    static bool POST(HalvexReply* reply, const XString& url, const char* method, XJson params,
                      std::string_view paramsInfo = {});
-    // The same to base + path, joined with nothing in between.
-    static bool POST(HalvexReply* reply, const XString& base, const XString& path, XJson document,
+    // The enterprise form, to base + path joined with nothing in between.
+    static bool POST(HalvexReply* reply, const XString& base, const XString& path, XJson params,
                      std::string_view paramsInfo = {});
 
     // --- Plain HTTP for hosts ---

@@ -17,6 +17,28 @@ static XString _StaticSocketVersion(L"4.0.0");
 
 namespace {
 
+// The settings' members as the end of a request's text; empty when memory ran short.
+std::string SettingsJsonOf(const XString& source, const XString& token, const XString& version) {
+    const unsigned long long shortages = Pelmor::MemoryShortages();
+    XJson settings;
+    settings.Reserve(3);
+    settings.Append("source", source);
+    settings.Append("token", token);
+    settings.Append("version", version);
+    std::string text = settings.ToJson();
+    if (Pelmor::MemoryShortages() != shortages || text.size() < 2) return std::string();
+    text[0] = ',';  // {"source":…} follows "params":… inside the document
+    return text;
+}
+
+}  // namespace
+
+// Derived from the three above and changed only with them.
+static std::string _StaticSettingsJson =
+    SettingsJsonOf(_StaticSocketSource, _StaticSocketToken, _StaticSocketVersion);
+
+namespace {
+
 // Runs the load hook once the settings above exist, and the unload hook when the library goes away.
 // Being a static object in this file is what orders it after the settings on every platform.
 struct ModuleLifetime {
@@ -34,27 +56,39 @@ const XString kFallbackAddress(XString::FromUtf8("http://" + ServiceHosts::Servi
 
 }  // namespace
 
-// The setters copy texts and so may run out of memory: the setting then keeps its old value, and the
+namespace {
+
+// The setters copy texts and so may run out of memory: the settings then keep their old values, and the
 // shortage is noted so that nothing built on the new value goes out.
-void PelmorSocketHelper::Initialize(ENUM_PELMOR_SOCKET_EDITION edition, const XString& source,
-                                    const XString& version) {
-    _StaticSocketEdition = edition;
+void ChangeSettings(const XString& source, const XString& token, const XString& version) {
     try {
         XString newSource(source);
+        XString newToken(token);
         XString newVersion(version);
+        std::string newJson = SettingsJsonOf(newSource, newToken, newVersion);
+        if (newJson.empty()) {
+            Pelmor::NoteMemoryShortage();
+            return;
+        }
         _StaticSocketSource.swap(newSource);
+        _StaticSocketToken.swap(newToken);
         _StaticSocketVersion.swap(newVersion);
+        _StaticSettingsJson.swap(newJson);
     } catch (...) {
         Pelmor::NoteMemoryShortage();
     }
 }
 
+}  // namespace
+
+void PelmorSocketHelper::Initialize(ENUM_PELMOR_SOCKET_EDITION edition, const XString& source,
+                                    const XString& version) {
+    _StaticSocketEdition = edition;
+    ChangeSettings(source, _StaticSocketToken, version);
+}
+
 void PelmorSocketHelper::SetToken(const XString& token) {
-    try {
-        _StaticSocketToken = token;
-    } catch (...) {
-        Pelmor::NoteMemoryShortage();
-    }
+    ChangeSettings(_StaticSocketSource, token, _StaticSocketVersion);
 }
 
 XString PelmorSocketHelper::GetToken() {
@@ -67,11 +101,11 @@ XString PelmorSocketHelper::GetToken() {
 }
 
 void PelmorSocketHelper::SetSource(const XString& source) {
-    try {
-        _StaticSocketSource = source;
-    } catch (...) {
-        Pelmor::NoteMemoryShortage();
-    }
+    ChangeSettings(source, _StaticSocketToken, _StaticSocketVersion);
+}
+
+std::string_view PelmorSocketHelper::SettingsJson() {
+    return _StaticSettingsJson;
 }
 
 PelmorSocketHelper::~PelmorSocketHelper() = default;

@@ -100,6 +100,10 @@ class PelmorSocketHelper : public PelmorSocketInterface {
     // The request document: "method" (first form only), "params", then the current source, token and version.
     static XJson BuildJson(const char* method, XJson params);
     static XJson BuildJson(XJson params);
+    // The text that ends every request document, the settings' members and the closing brace:
+    // ,"source":"…","token":"…","version":"…"} byte for byte as BuildJson's document writes them. Made when
+    // a setting changes, so that a request is written around its params without building the document.
+    static std::string_view SettingsJson();
 
     // The device in request form: its chip id, product type and serial, and the full description.
     static XString DeviceToECID(ISocketDevice* device);

@@ -45,10 +45,12 @@ class ReadingMark {
 
 }  // namespace detail
 
-// A request document, and the JSON text of its params' "info" when that is sent as text (DeviceParams).
+// A request: the method (standard edition; null for the enterprise one), its params, and the JSON text of
+// the params' "info" when that is sent as text (DeviceParams). The channel writes the document around them.
 struct Request {
-    XJson document;
-    std::string paramsInfo;  // empty: the document goes as it is
+    const char* method = nullptr;
+    XJson params;
+    std::string paramsInfo;  // empty: the params go as they are
 };
 
 // Parameters that begin with a device's description as "info", written as text: built as a tree,
@@ -63,14 +65,12 @@ struct DeviceParams {
 
 namespace detail {
 
-// The request for parameters as an operation built them; wrap puts them in the edition's document.
-template <typename Wrap>
-Request MakeRequest(XJson params, const Wrap& wrap) {
-    return Request{wrap(std::move(params)), std::string()};
+// The request for parameters as an operation built them.
+inline Request MakeRequest(const char* method, XJson params) {
+    return Request{method, std::move(params), std::string()};
 }
-template <typename Wrap>
-Request MakeRequest(DeviceParams params, const Wrap& wrap) {
-    return Request{wrap(std::move(params.params)), std::move(params.info)};
+inline Request MakeRequest(const char* method, DeviceParams params) {
+    return Request{method, std::move(params.params), std::move(params.info)};
 }
 
 }  // namespace detail
@@ -104,15 +104,10 @@ template <typename Params, typename OnReply>
 HalvexReply* Standard(const char* method, bool argumentsPresent, Params&& params,
                       OnReply&& onReply) noexcept {
     return Exchange(
-        argumentsPresent,
-        [&] {
-            return detail::MakeRequest(params(), [method](XJson built) {
-                return PelmorSocketHelper::BuildJson(method, std::move(built));
-            });
-        },
+        argumentsPresent, [&] { return detail::MakeRequest(method, params()); },
         [](HalvexReply* reply, Request request) {
-            return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(), std::move(request.document),
-                                    request.paramsInfo);
+            return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(), request.method,
+                                    std::move(request.params), request.paramsInfo);
         },
         std::forward<OnReply>(onReply));
 }
@@ -122,14 +117,10 @@ template <typename Params, typename OnReply>
 HalvexReply* Enterprise(const wchar_t* path, bool argumentsPresent, Params&& params,
                         OnReply&& onReply) noexcept {
     return Exchange(
-        argumentsPresent,
-        [&] {
-            return detail::MakeRequest(
-                params(), [](XJson built) { return PelmorSocketHelper::BuildJson(std::move(built)); });
-        },
+        argumentsPresent, [&] { return detail::MakeRequest(nullptr, params()); },
         [path](HalvexReply* reply, Request request) {
             return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(), XString(path),
-                                    std::move(request.document), request.paramsInfo);
+                                    std::move(request.params), request.paramsInfo);
         },
         std::forward<OnReply>(onReply));
 }

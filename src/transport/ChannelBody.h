@@ -1,10 +1,19 @@
 #pragma once
 
+#include <pelmor/HalvexHTTP.h>
 #include <pelmor/platform/XCrypt.h>
 
 #include <QByteArray>
 #include <cstddef>
 #include <memory>
+
+// The channel's key and IV, as the cipher takes them.
+inline const unsigned char* ChannelKey() {
+    return reinterpret_cast<const unsigned char*>(_StaticAesKey);
+}
+inline const unsigned char* ChannelIv() {
+    return reinterpret_cast<const unsigned char*>(_StaticAesIv);
+}
 
 // The encrypted channel's request body, Base64 of {"En":1,"data":"<Base64 of AES-256-CBC of the text>"},
 // written while the document's text arrives in pieces. Only the body itself is ever held whole: the

@@ -7,16 +7,10 @@
 #include <string_view>
 
 #include "ChannelBody.h"
+#include "ChannelRequest.h"
 #include "frame/TextLength.h"
 
 namespace {
-
-const unsigned char* Key() {
-    return reinterpret_cast<const unsigned char*>(_StaticAesKey);
-}
-const unsigned char* Iv() {
-    return reinterpret_cast<const unsigned char*>(_StaticAesIv);
-}
 
 // Bytes parsed as text that stops at the first zero byte, as every text taken from a byte array does.
 XJson ParseText(const QByteArray& bytes) {
@@ -68,21 +62,18 @@ XJson DecryptInPlace(QByteArray& body) {
     // The data's text lies after the start of the envelope, or in a copy of its own: decoding it to the
     // start never overtakes what is still to be read.
     if (!XCrypt::BASE64::DecodeInto(data.data(), data.size(), bytes, length)) return XJson();
-    if (!XCrypt::AES::CBC::DecryptInPlace(Key(), Iv(), bytes, length, length)) return XJson();
+    if (!XCrypt::AES::CBC::DecryptInPlace(ChannelKey(), ChannelIv(), bytes, length, length)) return XJson();
     XJson document;
     document.Parse(bytes, TextLength(bytes, length));
     return document;
 }
 
-// The body for a document, with paramsInfo, when not empty, written as its params' "info". The text goes
-// to the cipher as it is rendered: a large document never exists twice.
-QByteArray EncryptDocument(const XJson& document, std::string_view paramsInfo) {
-    const XJson none;
-    const XJson& info = paramsInfo.empty() ? none : document.Member("params").Member("info");
-    ChannelBodyWriter writer(Key(), Iv(), document.ApproximateJsonLength() + paramsInfo.size());
+// The body for a whole document. The text goes to the cipher as it is rendered: a large document never
+// exists twice.
+QByteArray EncryptDocument(const XJson& document) {
+    ChannelBodyWriter writer(ChannelKey(), ChannelIv(), document.ApproximateJsonLength());
     if (!document.Render(
-            [&writer](const char* piece, std::size_t length) { return writer.Write(piece, length); }, info,
-            paramsInfo))
+            [&writer](const char* piece, std::size_t length) { return writer.Write(piece, length); }))
         return QByteArray();
     return writer.Finish();
 }
@@ -99,7 +90,7 @@ XJson HalvexHTTP::Decrypt_AES_BASE64(const QByteArray& body) {
 }
 
 QByteArray HalvexHTTP::Encrypt_BASE64_AES(XJson& document) {
-    return EncryptDocument(document, std::string_view());
+    return EncryptDocument(document);
 }
 
 QByteArray HalvexHTTP::Encrypt_BASE64(XJson& document) {
@@ -119,13 +110,10 @@ XJson HalvexHTTP::Decrypt_BASE64(const QByteArray& body) {
     }
 }
 
-bool HalvexHTTP::POST(HalvexReply* reply, const XString& url, XJson document, std::string_view paramsInfo) {
-    if (!reply) return false;
-    if (document.IsEmpty() || url.empty()) {
-        reply->Update(HALVEX_REPLY_INVALID_ARG);
-        return false;
-    }
-    const QByteArray body = EncryptDocument(document, paramsInfo);
+namespace {
+
+// Sends a request's body and fills reply from what comes back.
+bool Exchange(HalvexReply* reply, const XString& url, const QByteArray& body) {
     if (body.isEmpty()) {
         reply->Update(HALVEX_REPLY_ENCRYPT_ERROR);
         return false;
@@ -162,7 +150,19 @@ bool HalvexHTTP::POST(HalvexReply* reply, const XString& url, XJson document, st
     return true;
 }
 
-bool HalvexHTTP::POST(HalvexReply* reply, const XString& base, const XString& path, XJson document,
+}  // namespace
+
+bool HalvexHTTP::POST(HalvexReply* reply, const XString& url, const char* method, XJson params,
+                      std::string_view paramsInfo) {
+    if (!reply) return false;
+    if (url.empty()) {
+        reply->Update(HALVEX_REPLY_INVALID_ARG);
+        return false;
+    }
+    return Exchange(reply, url, ChannelRequestBody(method, params, paramsInfo));
+}
+
+bool HalvexHTTP::POST(HalvexReply* reply, const XString& base, const XString& path, XJson params,
                       std::string_view paramsInfo) {
     if (!reply) return false;
     XString url;
@@ -172,5 +172,5 @@ bool HalvexHTTP::POST(HalvexReply* reply, const XString& base, const XString& pa
         reply->Update(HALVEX_REPLY_INVALID_ARG);
         return false;
     }
-    return POST(reply, url, std::move(document), paramsInfo);
+    return POST(reply, url, nullptr, std::move(params), paramsInfo);
 }

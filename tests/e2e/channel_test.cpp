@@ -12,11 +12,9 @@ class Channel : public ::testing::Test {
   protected:
     void SetUp() override { EmulatorControl::Reset(); }
 
-    static XJson ConfigRequest() { return PelmorSocketHelper::BuildJson("client.config", XJson()); }
-
     // Posts a configuration request to the standard address and returns what the reply holds.
     static bool Post(HalvexReply& reply) {
-        return HalvexHTTP::POST(&reply, PelmorSocketHelper::RequestAddress(), ConfigRequest());
+        return HalvexHTTP::POST(&reply, PelmorSocketHelper::RequestAddress(), "client.config", XJson());
     }
 };
 
@@ -45,7 +43,7 @@ TEST_F(Channel, LocalFailuresBecomeCodesOneToFive) {
         << "each case sends exactly one request";
 
     HalvexReply refused;
-    EXPECT_FALSE(HalvexHTTP::POST(&refused, XString(L"http://127.0.0.1:9/"), ConfigRequest()));
+    EXPECT_FALSE(HalvexHTTP::POST(&refused, XString(L"http://127.0.0.1:9/"), "client.config", XJson()));
     EXPECT_EQ(refused.Code(), HALVEX_REPLY_HTTP_ERROR);
     EXPECT_EQ(refused.Message(),
               QString::fromUtf8("服务器连接失败，可能服务正在维护或网络异常，请稍后再试！"));
@@ -53,9 +51,8 @@ TEST_F(Channel, LocalFailuresBecomeCodesOneToFive) {
 
 TEST_F(Channel, InvalidArgumentsSendNothing) {
     HalvexReply reply;
-    EXPECT_FALSE(HalvexHTTP::POST(nullptr, PelmorSocketHelper::RequestAddress(), ConfigRequest()));
-    EXPECT_FALSE(HalvexHTTP::POST(&reply, PelmorSocketHelper::RequestAddress(), XJson()));
-    EXPECT_FALSE(HalvexHTTP::POST(&reply, XString(), ConfigRequest()));
+    EXPECT_FALSE(HalvexHTTP::POST(nullptr, PelmorSocketHelper::RequestAddress(), "client.config", XJson()));
+    EXPECT_FALSE(HalvexHTTP::POST(&reply, XString(), "client.config", XJson()));
     EXPECT_EQ(reply.Code(), HALVEX_REPLY_INVALID_ARG);
     EXPECT_EQ(EmulatorControl::Log().GetArraySize(), 0u);
 }
@@ -77,8 +74,8 @@ TEST_F(Channel, ServiceRefusalIsAStoredReply) {
 TEST_F(Channel, BaseAndPathAreJoinedWithNothingBetween) {
     const XString base = XString::FromUtf8("http://" PELMOR_SERVICE_HOST "/brisel-ent/api");
     HalvexReply reply;
-    HalvexHTTP::POST(&reply, base, XString(L"cms.token.refresh"), PelmorSocketHelper::BuildJson(XJson()));
-    HalvexHTTP::POST(&reply, base, XString(L"/login"), PelmorSocketHelper::BuildJson(XJson()));
+    HalvexHTTP::POST(&reply, base, XString(L"cms.token.refresh"), XJson());
+    HalvexHTTP::POST(&reply, base, XString(L"/login"), XJson());
     const XJson log = EmulatorControl::Log();
     ASSERT_EQ(log.GetArraySize(), 2u);
     EXPECT_EQ(log[0u].ToString("path"), "/brisel-ent/apicms.token.refresh");

@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <pelmor/HalvexHTTP.h>
+#include <pelmor/platform/XCrypt.h>
+
 #include "frame/PelmorSocketHelper.h"
+#include "transport/ChannelRequest.h"
 
 namespace {
 
@@ -53,6 +57,60 @@ TEST_F(RequestDocument, ParamsAreCopiedWhole) {
     EXPECT_EQ(document["params"].ToJson(), R"({"info":{"a":[1,{"b":null}]},"n":-1.5E0})");
     // A method name with an embedded NUL ends there.
     EXPECT_EQ(PelmorSocketHelper::BuildJson("a\0b", XJson()).ToString("method"), "a");
+}
+
+// The text inside a channel body, the layers taken off one by one.
+std::string SentText(const QByteArray& body) {
+    const QByteArray envelope = XCrypt::BASE64::Decode(body);
+    const std::string data = XJson(envelope.toStdString()).ToString("data");
+    const QByteArray cipher = XCrypt::BASE64::Decode(data.data(), data.size());
+    const auto* key = reinterpret_cast<const unsigned char*>(_StaticAesKey);
+    const auto* iv = reinterpret_cast<const unsigned char*>(_StaticAesIv);
+    return XCrypt::AES::CBC::DecryptPKCS7(key, iv, cipher).toStdString();
+}
+
+// The channel writes a request's text around its params instead of building the document: for every
+// form, setting and kind of params it must send BuildJson's document byte for byte.
+TEST_F(RequestDocument, ChannelWritesTheBuiltDocumentsBytes) {
+    XJson fields;
+    fields.Add("mobile", std::string("13800000000"));
+    fields.Add("way", 1);
+    XJson placeholder;
+    placeholder.Add("info", XJson());
+    placeholder.Add("file", std::string("QUJD"));
+    const std::string info = R"({"ecid":"0x1A","name":"设备 \"one\""})";
+    XJson withInfo;
+    withInfo.Add("info", XJson(info));
+    withInfo.Add("file", std::string("QUJD"));
+    ASSERT_EQ(withInfo["info"].ToJson(), info);
+
+    struct Settings {
+        const wchar_t* source;
+        const wchar_t* token;
+        const wchar_t* version;
+    } settings[] = {
+        {L"Brisel", L"", L"4.0.0"},
+        {L"Shop \"A\"\\", L"令牌-1\t", L""},
+        {L"\x01\xD800", L"t", L"\U0001F600"},  // a control character, a lone surrogate, an emoji
+    };
+    const char* methods[] = {"client.config", nullptr, "a\"b", "设备.check", "tab\tname"};
+    for (const Settings& set : settings) {
+        helper_.Initialize(PELMOR_SOCKET_EDITION_STANDARD, XString(set.source), XString(set.version));
+        helper_.SetToken(XString(set.token));
+        for (const char* method : methods) {
+            const auto built = [method](const XJson& params) {
+                return method ? PelmorSocketHelper::BuildJson(method, params).ToJson()
+                              : PelmorSocketHelper::BuildJson(params).ToJson();
+            };
+            SCOPED_TRACE(method ? method : "(no method)");
+            EXPECT_EQ(SentText(ChannelRequestBody(method, XJson(), {})), built(XJson()));
+            EXPECT_EQ(SentText(ChannelRequestBody(method, XJson(std::string("{}")), {})), built(XJson()));
+            EXPECT_EQ(SentText(ChannelRequestBody(method, XJson(std::string("[]")), {})),
+                      built(XJson(std::string("[]"))));
+            EXPECT_EQ(SentText(ChannelRequestBody(method, fields, {})), built(fields));
+            EXPECT_EQ(SentText(ChannelRequestBody(method, placeholder, info)), built(withInfo));
+        }
+    }
 }
 
 }  // namespace
