@@ -32,9 +32,11 @@ class HalvexHTTP {
     // {"method":method,"params":params} followed by the current settings, as
     // PelmorSocketHelper::BuildJson makes it; no "method" when method is null (the enterprise form).
     // paramsInfo, when not empty, is JSON text sent as params' "info" in place of what that member holds:
-    // a device description is written as text rather than built as a tree.
+    // a device description is written as text rather than built as a tree. dataText, when given, receives
+    // the text of the reply's data when it came exactly as XJson::Render writes it and is not large, so
+    // that a caller handing the data on as text need not render it; it is left empty otherwise.
     static bool POST(HalvexReply* reply, const XString& url, const char* method, XJson params,
-                     std::string_view paramsInfo = {});
+                     std::string_view paramsInfo = {}, QByteArray* dataText = nullptr);
     // The enterprise form, to base + path joined with nothing in between.
     static bool POST(HalvexReply* reply, const XString& base, const XString& path, XJson params,
                      std::string_view paramsInfo = {});

@@ -23,8 +23,10 @@
 template <typename Handler>
 class JsonFastReader {
   public:
-    JsonFastReader(Handler& handler, boost::json::string_view text) noexcept
-        : handler_(handler), end_(text.data() + text.size()), begin_(text.data()) {}
+    // watched: a member of the top-level object whose value's place in the text is wanted (Watched).
+    JsonFastReader(Handler& handler, boost::json::string_view text,
+                   boost::json::string_view watched = {}) noexcept
+        : handler_(handler), end_(text.data() + text.size()), begin_(text.data()), watched_(watched) {}
 
     // True when the text was one document the handler now holds; false when the reader gave up.
     bool Read() {
@@ -34,8 +36,18 @@ class JsonFastReader {
         const char* p = begin_;
         const char c = Peek(p);
         p = Member(p, c, kMaxDepth);
-        return p && SkipSpace(p) == end_;
+        if (!p) return false;
+        const char* const end = SkipSpace(p);
+        if (end != p) compact_ = false;
+        return end == end_;
     }
+
+    // After Read: whether the text held no space between tokens, no escape the renderer writes otherwise
+    // (only \" \\ \b \f \n \r \t) and no "-0". Byte for byte what the renderer writes of the tree, then,
+    // provided its texts are valid UTF-8 and no object had a key twice, which the reader does not check.
+    bool Compact() const { return compact_; }
+    // The watched member's value as it stands in the text; empty when there was none.
+    boost::json::string_view Watched() const { return watchedValue_; }
 
   private:
     // As deep as the general parser goes with its default options.
@@ -61,9 +73,11 @@ class JsonFastReader {
 
     // The first byte of the next token, moving p past any space before it; 0 at the end of the text (a
     // 0 byte in the text is no token either). Compact text has no space: one test for the usual case.
-    char Peek(const char*& p) const {
+    char Peek(const char*& p) {
         if (p != end_ && static_cast<unsigned char>(*p) > ' ') return *p;
-        p = SkipSpace(p);
+        const char* const next = SkipSpace(p);
+        if (next != p) compact_ = false;
+        p = next;
         return p != end_ ? *p : 0;
     }
 
@@ -131,17 +145,27 @@ class JsonFastReader {
 
     // p is just past the '{'.
     const char* Object(const char* p, unsigned depth) {
+        const bool topLevel = depth == kMaxDepth - 1;
         std::size_t members = 0;
         char c = Peek(p);
         if (c != '}') {
             for (;;) {
                 if (c != '"') return nullptr;
-                p = Text<true>(p + 1);
-                if (!p || Peek(p) != ':') return nullptr;
+                const char* const key = p + 1;
+                p = Text<true>(key);
+                if (!p) return nullptr;
+                // Compared as written: a key with an escape is not matched, which only costs the shortcut.
+                const bool watched = topLevel && !watched_.empty() &&
+                                     static_cast<std::size_t>(p - key) == watched_.size() + 1 &&
+                                     std::memcmp(key, watched_.data(), watched_.size()) == 0;
+                if (Peek(p) != ':') return nullptr;
                 ++p;
                 c = Peek(p);  // moves p: not in the call below, whose arguments have no order
+                const char* const value = p;
                 p = Member(p, c, depth);
                 if (!p) return nullptr;
+                if (watched)
+                    watchedValue_ = boost::json::string_view(value, static_cast<std::size_t>(p - value));
                 ++members;
                 c = Peek(p);
                 if (c != ',') break;
@@ -196,6 +220,7 @@ class JsonFastReader {
             }
         }
         if (p != end_ && (*p == '.' || *p == 'e' || *p == 'E')) return nullptr;
+        if (negative && value == 0) compact_ = false;  // "-0" is rendered "0"
         if (negative) {
             if (value > std::uint64_t(1) << 63) return nullptr;
             handler_.on_int64(static_cast<std::int64_t>(0 - value), {}, ec_);
@@ -278,13 +303,16 @@ class JsonFastReader {
     }
 
     // Decodes the escape whose letter is at p into out, adding its length to used; returns what follows it.
-    const char* Escape(const char* p, char* out, std::size_t& used) const {
+    const char* Escape(const char* p, char* out, std::size_t& used) {
         if (p == end_) return nullptr;
         char c;
         switch (*p) {
+            case '/':
+                compact_ = false;  // the renderer writes '/' as it is
+                c = *p;
+                break;
             case '"':
             case '\\':
-            case '/':
                 c = *p;
                 break;
             case 'b':
@@ -303,6 +331,7 @@ class JsonFastReader {
                 c = '\t';
                 break;
             case 'u':
+                compact_ = false;  // rarely the renderer's own form: not worth telling apart
                 return Utf16Escape(p + 1, out, used);
             default:
                 return nullptr;
@@ -373,6 +402,9 @@ class JsonFastReader {
     Handler& handler_;
     const char* const end_;
     const char* const begin_;
+    const boost::json::string_view watched_;
+    boost::json::string_view watchedValue_;
+    bool compact_ = true;
     // The handler's calls take one; the tree builder never sets it.
     boost::json::error_code ec_;
 };

@@ -18,6 +18,15 @@
 // (and std::bad_alloc thrown). JsonReader::kGeneral skips the fast reader (its tests compare the two).
 enum class JsonReader { kFastFirst, kGeneral };
 
+// A member of the top-level object, asked for by key: text is where its value lies in the parsed text when
+// that is byte for byte what RenderJson writes of the value, so that it can be handed on as it stands. Left
+// empty otherwise, and whenever the general parser read the text.
+struct RenderedMember {
+    boost::json::string_view key;
+    boost::json::string_view text;
+};
+
 // readBy, when given, says which reader built the tree (or gave the verdict).
 boost::json::value ParseJson(boost::json::string_view text, ParseArena*& arena, bool& ok,
-                             JsonReader reader = JsonReader::kFastFirst, JsonReader* readBy = nullptr);
+                             JsonReader reader = JsonReader::kFastFirst, JsonReader* readBy = nullptr,
+                             RenderedMember* member = nullptr);

@@ -175,7 +175,7 @@ void Adopt(json::value& target, json::value&& source) noexcept {
 
 // Parses text into target, in an arena of its own. Text that is not JSON, or whose tree would outgrow
 // the arena's budget, leaves target null.
-bool ParseInto(json::value& target, json::string_view text) noexcept {
+bool ParseInto(json::value& target, json::string_view text, RenderedMember* member = nullptr) noexcept {
     ParseArena* arena = ParseArena::Create(text.size());
     if (!arena) {
         Pelmor::NoteMemoryShortage();
@@ -184,7 +184,8 @@ bool ParseInto(json::value& target, json::string_view text) noexcept {
     }
     bool ok = false;
     try {
-        json::value parsed = ParseJson(text, arena, ok);  // may move the parse to a fresh arena
+        // May move the parse to a fresh arena.
+        json::value parsed = ParseJson(text, arena, ok, JsonReader::kFastFirst, nullptr, member);
         if (ok) Adopt(target, std::move(parsed));
     } catch (const ParseArena::OverBudget&) {
         ok = false;
@@ -296,6 +297,18 @@ bool XJson::Parse(const char* text, std::size_t length) noexcept {
     if (text) return ParseInto(JsonValue(*this), json::string_view(text, length));
     Adopt(JsonValue(*this), json::value());
     return false;
+}
+
+bool XJson::Parse(const char* text, std::size_t length, std::string_view member,
+                  std::string_view& memberText) noexcept {
+    memberText = std::string_view();
+    if (!text) return Parse(text, length);
+    RenderedMember rendered{json::string_view(member.data(), member.size()), json::string_view()};
+    const bool ok = ParseInto(JsonValue(*this), json::string_view(text, length), &rendered);
+    // Render writes a null value on its own as {}.
+    if (ok && rendered.text != "null")
+        memberText = std::string_view(rendered.text.data(), rendered.text.size());
+    return ok;
 }
 
 void XJson::Add(const std::string& key, const std::string& value) noexcept {

@@ -100,14 +100,15 @@ HalvexReply* Exchange(bool argumentsPresent, Build&& build, Send&& send, OnReply
 }
 
 // Standard edition: the method names the operation inside the document, posted to the one address.
+// dataText: as HalvexHTTP::POST's, for an operation that hands the reply's data on as text.
 template <typename Params, typename OnReply>
-HalvexReply* Standard(const char* method, bool argumentsPresent, Params&& params,
-                      OnReply&& onReply) noexcept {
+HalvexReply* Standard(const char* method, bool argumentsPresent, Params&& params, OnReply&& onReply,
+                      QByteArray* dataText = nullptr) noexcept {
     return Exchange(
         argumentsPresent, [&] { return detail::MakeRequest(method, params()); },
-        [](HalvexReply* reply, Request request) {
+        [dataText](HalvexReply* reply, Request request) {
             return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(), request.method,
-                                    std::move(request.params), request.paramsInfo);
+                                    std::move(request.params), request.paramsInfo, dataText);
         },
         std::forward<OnReply>(onReply));
 }

@@ -42,8 +42,9 @@ bool IsGatewayFailure(int status) {
 
 // The reply document of a body, decoded and decrypted where the body lies: each layer is shorter than
 // the one it comes from and is written over it from the start, so that a reply of any size takes no
-// memory beside its body but its parsed tree.
-XJson DecryptInPlace(QByteArray& body) {
+// memory beside its body but its parsed tree. dataText, when given, is set to the document's "data" as it
+// stands in body when that is exactly what rendering it would write (else empty).
+XJson DecryptInPlace(QByteArray& body, std::string_view* dataText = nullptr) {
     if (body.isEmpty()) return XJson();
     char* const bytes = body.data();
     std::size_t length = 0;
@@ -64,7 +65,8 @@ XJson DecryptInPlace(QByteArray& body) {
     if (!XCrypt::BASE64::DecodeInto(data.data(), data.size(), bytes, length)) return XJson();
     if (!XCrypt::AES::CBC::DecryptInPlace(ChannelKey(), ChannelIv(), bytes, length, length)) return XJson();
     XJson document;
-    document.Parse(bytes, TextLength(bytes, length));
+    std::string_view unused;
+    document.Parse(bytes, TextLength(bytes, length), dataText ? "data" : "", dataText ? *dataText : unused);
     return document;
 }
 
@@ -112,8 +114,12 @@ XJson HalvexHTTP::Decrypt_BASE64(const QByteArray& body) {
 
 namespace {
 
+// Data up to this size is handed on as its text when it came in the renderer's form. A larger one is
+// rendered afresh after the response is gone, so that the two never take memory at once.
+constexpr std::size_t kLargestDataText = 256 * 1024;
+
 // Sends a request's body and fills reply from what comes back.
-bool Exchange(HalvexReply* reply, const XString& url, const QByteArray& body) {
+bool Exchange(HalvexReply* reply, const XString& url, const QByteArray& body, QByteArray* dataText) {
     if (body.isEmpty()) {
         reply->Update(HALVEX_REPLY_ENCRYPT_ERROR);
         return false;
@@ -134,8 +140,12 @@ bool Exchange(HalvexReply* reply, const XString& url, const QByteArray& body) {
         static_cast<int>(TextLength(response.constData(), static_cast<std::size_t>(response.size()))));
     XJson answer;
     try {
-        answer = DecryptInPlace(response);  // the response is this call's own: no copy is made
+        std::string_view data;
+        answer = DecryptInPlace(response, dataText ? &data : nullptr);  // the response is this call's own
+        if (dataText && !data.empty() && data.size() <= kLargestDataText)
+            *dataText = QByteArray(data.data(), static_cast<int>(data.size()));
     } catch (...) {
+        if (dataText) dataText->clear();
     }
     response.clear();
     if (answer.IsEmpty()) {
@@ -153,13 +163,14 @@ bool Exchange(HalvexReply* reply, const XString& url, const QByteArray& body) {
 }  // namespace
 
 bool HalvexHTTP::POST(HalvexReply* reply, const XString& url, const char* method, XJson params,
-                      std::string_view paramsInfo) {
+                      std::string_view paramsInfo, QByteArray* dataText) {
     if (!reply) return false;
     if (url.empty()) {
         reply->Update(HALVEX_REPLY_INVALID_ARG);
         return false;
     }
-    return Exchange(reply, url, ChannelRequestBody(method, params, paramsInfo));
+    if (dataText) dataText->clear();
+    return Exchange(reply, url, ChannelRequestBody(method, params, paramsInfo), dataText);
 }
 
 bool HalvexHTTP::POST(HalvexReply* reply, const XString& base, const XString& path, XJson params,
