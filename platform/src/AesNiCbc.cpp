@@ -94,14 +94,30 @@ AESNI_TARGET void InvertKeys(const RoundKeys& encrypt, RoundKeys& decrypt) noexc
 
 AESNI_TARGET void EncryptBlocks(const RoundKeys& keys, unsigned char* chain, const unsigned char* in,
                                 unsigned char* out, std::size_t blocks) noexcept {
-    const auto* k = reinterpret_cast<const __m128i*>(keys.bytes);
+    // The keys in registers, and the first key xored into the input before the previous block is: each
+    // block waits for the one before it (CBC encryption cannot be interleaved), so only the rounds may
+    // stand on that path.
+    const __m128i k0 = Key(keys, 0), k1 = Key(keys, 1), k2 = Key(keys, 2), k3 = Key(keys, 3),
+                  k4 = Key(keys, 4), k5 = Key(keys, 5), k6 = Key(keys, 6), k7 = Key(keys, 7),
+                  k8 = Key(keys, 8), k9 = Key(keys, 9), k10 = Key(keys, 10), k11 = Key(keys, 11),
+                  k12 = Key(keys, 12), k13 = Key(keys, 13), k14 = Key(keys, 14);
     __m128i previous = Load(chain);
     for (std::size_t i = 0; i < blocks; ++i, in += kBlock, out += kBlock) {
-        // Each block waits for the one before it: CBC encryption cannot be interleaved.
-        __m128i block = _mm_xor_si128(_mm_xor_si128(Load(in), previous), k[0]);
-        for (std::size_t round = 1; round < kRounds; ++round)
-            block = _mm_aesenc_si128(block, k[round]);
-        previous = _mm_aesenclast_si128(block, k[kRounds]);
+        __m128i block = _mm_xor_si128(_mm_xor_si128(Load(in), k0), previous);
+        block = _mm_aesenc_si128(block, k1);
+        block = _mm_aesenc_si128(block, k2);
+        block = _mm_aesenc_si128(block, k3);
+        block = _mm_aesenc_si128(block, k4);
+        block = _mm_aesenc_si128(block, k5);
+        block = _mm_aesenc_si128(block, k6);
+        block = _mm_aesenc_si128(block, k7);
+        block = _mm_aesenc_si128(block, k8);
+        block = _mm_aesenc_si128(block, k9);
+        block = _mm_aesenc_si128(block, k10);
+        block = _mm_aesenc_si128(block, k11);
+        block = _mm_aesenc_si128(block, k12);
+        block = _mm_aesenc_si128(block, k13);
+        previous = _mm_aesenclast_si128(block, k14);
         Store(out, previous);
     }
     Store(chain, previous);
