@@ -98,19 +98,22 @@ bool IsValidUtf8(const char* text, size_t length) noexcept {
     size_t i = 0;
     while (i < length) {
         // Plain ASCII runs are by far the common case (a device's whole file is one): skip them sixteen
-        // bytes at a time, then a word at a time.
+        // bytes at a time, then a word at a time. Not tried between the characters of a multi-byte
+        // run, as in Chinese text, where they would fail every time.
+        if (bytes[i] < 0x80) {
 #ifdef __SSE2__
-        while (i + 16 <= length &&
-               _mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i))) == 0)
-            i += 16;
+            while (i + 16 <= length &&
+                   _mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i))) == 0)
+                i += 16;
 #endif
-        while (i + sizeof(std::uint64_t) <= length) {
-            std::uint64_t word;
-            std::memcpy(&word, bytes + i, sizeof word);
-            if (word & 0x8080808080808080ull) break;
-            i += sizeof word;
+            while (i + sizeof(std::uint64_t) <= length) {
+                std::uint64_t word;
+                std::memcpy(&word, bytes + i, sizeof word);
+                if (word & 0x8080808080808080ull) break;
+                i += sizeof word;
+            }
+            if (i >= length) break;
         }
-        if (i >= length) break;
         const unsigned char lead = bytes[i];
         if (lead < 0x80) {
             ++i;
