@@ -34,7 +34,7 @@ if [[ $rebuild -eq 1 ]]; then
     scripts/install-deps.sh >&2
     cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DPELMOR_BUILD_BENCH=ON -DPELMOR_BUILD_TESTS=OFF \
         -DPELMOR_SERVICE_HOST="127.0.0.1:$port" >&2
-    cmake --build "$build" --target bench_channel_codec bench_loopback bench_large_file pelmor-emulator \
+    cmake --build "$build" --target bench_channel_codec bench_loopback bench_large_file cold_steps pelmor-emulator \
         -j "$(nproc)" >&2
 elif ! grep -q "^PELMOR_SERVICE_HOST:STRING=127.0.0.1:$port\$" "$build/CMakeCache.txt" 2>/dev/null; then
     say "$build is not configured for port $port"
@@ -91,6 +91,11 @@ run_bench bench_large_file large.json --benchmark_filter='File|Configuration' \
 # Interleaved repetitions, so that drift of a busy machine falls on both sides alike.
 run_bench bench_loopback loopback.json --benchmark_min_time="$loop_time" \
     --benchmark_repetitions="$loop_repetitions" --benchmark_enable_random_interleaving=true
+# The diagnostic of cold steps is no target: the smoke run only keeps it working.
+if [[ $smoke -eq 1 ]]; then
+    say "== cold_steps 5 1"
+    "$build/bench/cold_steps" 5 1 >/dev/null
+fi
 
 # AES-256-CBC over one 8 MiB buffer, as the reference for the large-file CPU target.
 seconds=2
