@@ -190,20 +190,36 @@ QByteArray EncryptPKCS7(const unsigned char* key, const unsigned char* iv, QByte
     // One block of room for the padding; QByteArray sizes are int, so stay well below INT_MAX.
     if (data.size() > INT_MAX - 32) return QByteArray();
     try {
-        Encryptor encryptor(key, iv);
         QByteArray output(data.size() + static_cast<int>(Encryptor::kBlock), Qt::Uninitialized);
         std::size_t written = 0;
-        std::size_t last = 0;
         if (output.size() != data.size() + static_cast<int>(Encryptor::kBlock) ||
-            !encryptor.Update(data.constData(), static_cast<std::size_t>(data.size()), output.data(),
-                              written) ||
-            !encryptor.Finish(output.data() + written, last))
+            !EncryptInto(key, iv, data.constData(), static_cast<std::size_t>(data.size()), output.data(),
+                         written))
             return QByteArray();
-        output.truncate(static_cast<int>(written + last));
+        output.truncate(static_cast<int>(written));
         return output;
     } catch (...) {
         return QByteArray();
     }
+}
+
+bool EncryptInto(const unsigned char* key, const unsigned char* iv, const char* data, std::size_t length,
+                 char* out, std::size_t& written) noexcept {
+    written = 0;
+    if (!key || !iv || !out || (!data && length > 0)) return false;
+    if (!data) data = "";  // nothing to encrypt, but never a null pointer to copy from
+    if (UseAesInstructions()) {
+        InstructionStream stream(key, iv);
+        auto* bytes = reinterpret_cast<unsigned char*>(out);
+        written = stream.Update(reinterpret_cast<const unsigned char*>(data), length, bytes);
+        written += stream.Finish(bytes + written);
+        return true;
+    }
+    Encryptor encryptor(key, iv);
+    std::size_t last = 0;
+    if (!encryptor.Update(data, length, out, written) || !encryptor.Finish(out + written, last)) return false;
+    written += last;
+    return true;
 }
 
 QByteArray DecryptPKCS7(const unsigned char* key, const unsigned char* iv, QByteArray data) {

@@ -1,6 +1,7 @@
 #include "ChannelBody.h"
 
 #include <climits>
+#include <cstring>
 #include <new>
 
 namespace {
@@ -72,6 +73,36 @@ QByteArray ChannelBodyWriter::Finish() noexcept {
     }
     ok_ = false;
     return QByteArray();
+}
+
+QByteArray ChannelBodyOf(const char* text, std::size_t length) noexcept {
+    if (length > kSmallChannelText) {
+        ChannelBodyWriter writer(ChannelKey(), ChannelIv(), length);
+        return writer.Write(text, length) ? writer.Finish() : QByteArray();
+    }
+    char cipher[XCrypt::AES::CBC::Encryptor::OutputRoom(kSmallChannelText)];
+    std::size_t cipherLength = 0;
+    if (!XCrypt::AES::CBC::EncryptInto(ChannelKey(), ChannelIv(), text, length, cipher, cipherLength))
+        return QByteArray();
+    constexpr std::size_t kStart = sizeof kEnvelopeStart - 1;
+    constexpr std::size_t kEnd = sizeof kEnvelopeEnd - 1;
+    char envelope[kStart + XCrypt::BASE64::Encoder::OutputRoom(sizeof cipher) + kEnd];
+    std::memcpy(envelope, kEnvelopeStart, kStart);
+    XCrypt::BASE64::Encoder inner;
+    std::size_t used = kStart + inner.Update(cipher, cipherLength, envelope + kStart);
+    used += inner.Finish(envelope + used);
+    std::memcpy(envelope + used, kEnvelopeEnd, kEnd);
+    used += kEnd;
+    try {
+        QByteArray body(static_cast<int>(XCrypt::BASE64::Encoder::OutputRoom(used)), Qt::Uninitialized);
+        XCrypt::BASE64::Encoder outer;
+        std::size_t written = outer.Update(envelope, used, body.data());
+        written += outer.Finish(body.data() + written);
+        body.truncate(static_cast<int>(written));
+        return body;
+    } catch (...) {
+        return QByteArray();
+    }
 }
 
 bool ChannelBodyWriter::PutCipher(const char* cipher, std::size_t length) {

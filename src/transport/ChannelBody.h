@@ -15,6 +15,12 @@ inline const unsigned char* ChannelIv() {
     return reinterpret_cast<const unsigned char*>(_StaticAesIv);
 }
 
+// The body for a whole text at once. A small text's layers are made on the stack, so that the body itself
+// is the only allocation; a larger one goes through ChannelBodyWriter. Empty on failure.
+QByteArray ChannelBodyOf(const char* text, std::size_t length) noexcept;
+// Texts up to this long take ChannelBodyOf's small way.
+constexpr std::size_t kSmallChannelText = 2048;
+
 // The encrypted channel's request body, Base64 of {"En":1,"data":"<Base64 of AES-256-CBC of the text>"},
 // written while the document's text arrives in pieces. Only the body itself is ever held whole: the
 // text, the cipher text and the envelope pass through buffers the size of one piece.

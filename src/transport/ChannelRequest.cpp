@@ -1,5 +1,7 @@
 #include "ChannelRequest.h"
 
+#include <cstring>
+#include <functional>
 #include <string>
 
 #include "ChannelBody.h"
@@ -16,14 +18,16 @@ bool IsPlainName(std::string_view name) {
 
 }  // namespace
 
-QByteArray ChannelRequestBody(const char* method, const XJson& params, std::string_view paramsInfo) {
-    const std::string_view settings = PelmorSocketHelper::SettingsJson();
-    if (settings.empty()) return QByteArray();
+namespace {
+
+using TextSink = std::function<bool(const char*, std::size_t)>;
+
+// Writes the request's text to write, in pieces: {"method":"…","params": then the params, then the
+// settings (which end the document).
+bool WriteRequestText(const char* method, const XJson& params, std::string_view paramsInfo,
+                      std::string_view settings, const TextSink& sink) {
+    const auto write = [&sink](std::string_view text) { return sink(text.data(), text.size()); };
     const std::string_view name = method ? std::string_view(method) : std::string_view();
-    ChannelBodyWriter writer(
-        ChannelKey(), ChannelIv(),
-        params.ApproximateJsonLength() + paramsInfo.size() + settings.size() + name.size() + 24);
-    const auto write = [&writer](std::string_view text) { return writer.Write(text.data(), text.size()); };
     bool ok = true;
     if (!method) {
         ok = write("{");
@@ -32,7 +36,7 @@ QByteArray ChannelRequestBody(const char* method, const XJson& params, std::stri
     } else {
         // {"method":"…"} less its closing brace, then a comma.
         std::string member = XJson::MembersJson({{"method", name}});
-        if (member.size() < 2) return QByteArray();
+        if (member.size() < 2) return false;
         member.back() = ',';
         ok = write(member);
     }
@@ -42,10 +46,48 @@ QByteArray ChannelRequestBody(const char* method, const XJson& params, std::stri
     } else {
         const XJson none;
         const XJson& info = paramsInfo.empty() ? none : params.Member("info");
-        ok = ok && params.Render([&writer](const char* piece,
-                                           std::size_t length) { return writer.Write(piece, length); },
-                                 info, paramsInfo);
+        ok = ok && params.Render(sink, info, paramsInfo);
     }
-    if (!ok || !write(settings)) return QByteArray();
+    return ok && write(settings);
+}
+
+// Room on the stack for a small request's text; Put fails once it would overflow.
+class SmallText {
+  public:
+    bool Put(const char* piece, std::size_t length) {
+        if (length > sizeof text_ - used_) return false;
+        std::memcpy(text_ + used_, piece, length);
+        used_ += length;
+        return true;
+    }
+    const char* Data() const { return text_; }
+    std::size_t Size() const { return used_; }
+
+  private:
+    char text_[kSmallChannelText];
+    std::size_t used_ = 0;
+};
+
+}  // namespace
+
+QByteArray ChannelRequestBody(const char* method, const XJson& params, std::string_view paramsInfo) {
+    const std::string_view settings = PelmorSocketHelper::SettingsJson();
+    if (settings.empty()) return QByteArray();
+    const std::size_t estimate = params.ApproximateJsonLength() + paramsInfo.size() + settings.size() +
+                                 (method ? std::strlen(method) : 0) + 24;
+    // Most requests are a few hundred bytes: written on the stack and made into a body in one go. One
+    // that turns out longer than its estimate is written again, streamed.
+    if (estimate <= kSmallChannelText / 2) {
+        SmallText text;
+        if (WriteRequestText(
+                method, params, paramsInfo, settings,
+                [&text](const char* piece, std::size_t length) { return text.Put(piece, length); }))
+            return ChannelBodyOf(text.Data(), text.Size());
+    }
+    ChannelBodyWriter writer(ChannelKey(), ChannelIv(), estimate);
+    if (!WriteRequestText(
+            method, params, paramsInfo, settings,
+            [&writer](const char* piece, std::size_t length) { return writer.Write(piece, length); }))
+        return QByteArray();
     return writer.Finish();
 }

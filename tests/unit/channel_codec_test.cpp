@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "TestData.h"
+#include "transport/ChannelBody.h"
 
 namespace {
 
@@ -53,6 +54,18 @@ TEST(ChannelCodec, LargeBodiesAreTheLayersBuiltOneByOne) {
         document.Add("n", static_cast<long long>(size));
         const std::string envelope = R"({"En":1,"data":")" + InnerBase64(document.ToJson()) + R"("})";
         EXPECT_EQ(HalvexHTTP::Encrypt_BASE64_AES(document), Bytes(OpensslBase64(Bytes(envelope)))) << size;
+    }
+}
+
+// Small texts are made into a body in one go on the stack, larger ones streamed: both must be the layers
+// built one after the other, on either side of every boundary.
+TEST(ChannelCodec, BodiesMadeInOneGoAreTheLayersBuiltOneByOne) {
+    for (size_t length : {0u, 1u, 15u, 16u, 17u, 1000u, 2047u, 2048u, 2049u, 5000u}) {
+        std::string text;
+        for (size_t i = 0; i < length; ++i)
+            text += static_cast<char>("{\"k\":\u8bbe}"[i % 9]);
+        const std::string envelope = R"({"En":1,"data":")" + InnerBase64(text) + R"("})";
+        EXPECT_EQ(ChannelBodyOf(text.data(), text.size()), Bytes(OpensslBase64(Bytes(envelope)))) << length;
     }
 }
 

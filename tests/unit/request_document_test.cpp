@@ -75,6 +75,9 @@ TEST_F(RequestDocument, ChannelWritesTheBuiltDocumentsBytes) {
     XJson fields;
     fields.Add("mobile", std::string("13800000000"));
     fields.Add("way", 1);
+    // Short by its size, long once written: every control character takes six bytes.
+    XJson escaped;
+    escaped.Add("controls", std::string(900, '\x01'));
     XJson placeholder;
     placeholder.Add("info", XJson());
     placeholder.Add("file", std::string("QUJD"));
@@ -108,6 +111,7 @@ TEST_F(RequestDocument, ChannelWritesTheBuiltDocumentsBytes) {
             EXPECT_EQ(SentText(ChannelRequestBody(method, XJson(std::string("[]")), {})),
                       built(XJson(std::string("[]"))));
             EXPECT_EQ(SentText(ChannelRequestBody(method, fields, {})), built(fields));
+            EXPECT_EQ(SentText(ChannelRequestBody(method, escaped, {})), built(escaped));
             EXPECT_EQ(SentText(ChannelRequestBody(method, placeholder, info)), built(withInfo));
         }
     }

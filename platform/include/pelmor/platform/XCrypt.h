@@ -16,6 +16,10 @@ PELMOR_PLATFORM_API QByteArray EncryptPKCS7(const unsigned char* key, const unsi
                                             QByteArray data);
 PELMOR_PLATFORM_API QByteArray DecryptPKCS7(const unsigned char* key, const unsigned char* iv,
                                             QByteArray data);
+// EncryptPKCS7 into out, which needs room for length + 16 bytes; written is the cipher text's length.
+// Allocates nothing on a processor with AES instructions. False on any failure.
+PELMOR_PLATFORM_API bool EncryptInto(const unsigned char* key, const unsigned char* iv, const char* data,
+                                     std::size_t length, char* out, std::size_t& written) noexcept;
 // DecryptPKCS7 where the data lies: the plain text takes the cipher text's place from its start, and
 // plainLength its length. False on any failure, which leaves the bytes undefined.
 PELMOR_PLATFORM_API bool DecryptInPlace(const unsigned char* key, const unsigned char* iv, char* data,
@@ -32,7 +36,7 @@ class PELMOR_PLATFORM_API Encryptor {
 
     // Room Update needs in out for length bytes of input; Finish needs kBlock.
     static constexpr std::size_t kBlock = 16;
-    static std::size_t OutputRoom(std::size_t length) noexcept { return length + kBlock; }
+    static constexpr std::size_t OutputRoom(std::size_t length) noexcept { return length + kBlock; }
 
     // Encrypts the next piece; false once anything has failed (bad key material, no memory).
     bool Update(const char* data, std::size_t length, char* out, std::size_t& written) noexcept;
@@ -63,7 +67,7 @@ PELMOR_PLATFORM_API bool DecodeInto(const char* text, std::size_t length, char* 
 class PELMOR_PLATFORM_API Encoder {
   public:
     // Room Update needs in out for length bytes of input; Finish needs 4.
-    static std::size_t OutputRoom(std::size_t length) noexcept { return (length + 2) / 3 * 4 + 4; }
+    static constexpr std::size_t OutputRoom(std::size_t length) noexcept { return (length + 2) / 3 * 4 + 4; }
 
     // Encodes what forms whole groups of three with the bytes held back; returns the characters written.
     std::size_t Update(const char* data, std::size_t length, char* out) noexcept;
