@@ -16,13 +16,9 @@ bool IsPlainName(std::string_view name) {
     return true;
 }
 
-}  // namespace
-
-namespace {
-
 using TextSink = std::function<bool(const char*, std::size_t)>;
 
-// Writes the request's text to write, in pieces: {"method":"…","params": then the params, then the
+// Writes the request's text to sink, in pieces: {"method":"…","params": then the params, then the
 // settings (which end the document).
 bool WriteRequestText(const char* method, const XJson& params, std::string_view paramsInfo,
                       std::string_view settings, const TextSink& sink) {
