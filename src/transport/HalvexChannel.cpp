@@ -65,8 +65,10 @@ XJson DecryptInPlace(QByteArray& body, std::string_view* dataText = nullptr) {
     if (!XCrypt::BASE64::DecodeInto(data.data(), data.size(), bytes, length)) return XJson();
     if (!XCrypt::AES::CBC::DecryptInPlace(ChannelKey(), ChannelIv(), bytes, length, length)) return XJson();
     XJson document;
-    std::string_view unused;
-    document.Parse(bytes, TextLength(bytes, length), dataText ? "data" : "", dataText ? *dataText : unused);
+    if (dataText)
+        document.Parse(bytes, TextLength(bytes, length), "data", *dataText);
+    else
+        document.Parse(bytes, TextLength(bytes, length));
     return document;
 }
 

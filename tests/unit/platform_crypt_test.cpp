@@ -81,6 +81,22 @@ std::string OpensslCbc(bool encrypt, const std::string& key, const std::string& 
     return out;
 }
 
+// The Encryptor's output for plain fed in pieces of the given size, joined with its last block.
+std::string EncryptedInPieces(const unsigned char* key, const unsigned char* iv, const std::string& plain,
+                              size_t piece) {
+    XCrypt::AES::CBC::Encryptor encryptor(key, iv);
+    std::string streamed = InPieces(plain, piece, XCrypt::AES::CBC::Encryptor::OutputRoom(piece),
+                                    [&](const char* data, size_t n, char* out) {
+                                        size_t written = 0;
+                                        EXPECT_TRUE(encryptor.Update(data, n, out, written));
+                                        return written;
+                                    });
+    char last[XCrypt::AES::CBC::Encryptor::kBlock];
+    size_t written = 0;
+    EXPECT_TRUE(encryptor.Finish(last, written));
+    return streamed.append(last, written);
+}
+
 std::string EncryptToBase64(const std::string& plain) {
     return Text(XCrypt::BASE64::Encode(XCrypt::AES::CBC::EncryptPKCS7(kKey, kIv, Bytes(plain))));
 }
@@ -134,20 +150,9 @@ TEST(XCryptAes, EncryptorInPiecesGivesTheWholeCipher) {
     for (size_t length : {0u, 15u, 16u, 17u, 100003u}) {
         const std::string plain = Pattern(length);
         const QByteArray whole = XCrypt::AES::CBC::EncryptPKCS7(kKey, kIv, Bytes(plain));
-        for (size_t piece : {1u, 5u, 16u, 33u, 65536u}) {
-            XCrypt::AES::CBC::Encryptor encryptor(kKey, kIv);
-            std::string streamed = InPieces(plain, piece, XCrypt::AES::CBC::Encryptor::OutputRoom(piece),
-                                            [&](const char* data, size_t n, char* out) {
-                                                size_t written = 0;
-                                                EXPECT_TRUE(encryptor.Update(data, n, out, written));
-                                                return written;
-                                            });
-            char last[XCrypt::AES::CBC::Encryptor::kBlock];
-            size_t written = 0;
-            EXPECT_TRUE(encryptor.Finish(last, written));
-            streamed.append(last, written);
-            EXPECT_EQ(streamed, Text(whole)) << length << " in pieces of " << piece;
-        }
+        for (size_t piece : {1u, 5u, 16u, 33u, 65536u})
+            EXPECT_EQ(EncryptedInPieces(kKey, kIv, plain, piece), Text(whole))
+                << length << " in pieces of " << piece;
     }
     XCrypt::AES::CBC::Encryptor keyless(nullptr, kIv);
     char out[64];
@@ -178,17 +183,8 @@ TEST(XCryptAes, AgreesWithOpensslForManyKeysAndLengths) {
             EXPECT_TRUE(XCrypt::AES::CBC::DecryptInPlace(Raw(key), Raw(iv), &inPlace[0], inPlace.size(),
                                                          plainLength));
             EXPECT_EQ(inPlace.substr(0, plainLength), plain) << "seed " << seed << ", length " << length;
-            XCrypt::AES::CBC::Encryptor encryptor(Raw(key), Raw(iv));
-            std::string streamed = InPieces(plain, 7, XCrypt::AES::CBC::Encryptor::OutputRoom(7),
-                                            [&](const char* data, size_t n, char* out) {
-                                                size_t written = 0;
-                                                EXPECT_TRUE(encryptor.Update(data, n, out, written));
-                                                return written;
-                                            });
-            char tail[XCrypt::AES::CBC::Encryptor::kBlock];
-            size_t written = 0;
-            EXPECT_TRUE(encryptor.Finish(tail, written));
-            EXPECT_EQ(streamed.append(tail, written), cipher) << "seed " << seed << ", length " << length;
+            EXPECT_EQ(EncryptedInPieces(Raw(key), Raw(iv), plain, 7), cipher)
+                << "seed " << seed << ", length " << length;
         }
     }
 }
