@@ -11,8 +11,11 @@ namespace {
 struct ThreadHandle {
     CURL* handle = nullptr;
     curl_slist* headers = nullptr;
+    // The address, parsed once: given as text, libcurl parses and rebuilds it at every request, which
+    // was an eighth of a small request's client work.
+    CURLU* address = nullptr;
     // What the handle was last set up for: the options that never change are set once, and the address
-    // again only when it differs (libcurl parses it anew on every set).
+    // again only when it differs.
     bool configured = false;
     XString url;
 
@@ -21,6 +24,7 @@ struct ThreadHandle {
     ThreadHandle& operator=(const ThreadHandle&) = delete;
     ~ThreadHandle() {
         if (handle) curl_easy_cleanup(handle);
+        if (address) curl_url_cleanup(address);  // after the handle that uses it
         if (headers) curl_slist_free_all(headers);
     }
 };
@@ -130,7 +134,13 @@ int Perform(ThreadHandle& slot, const XString& url, const QByteArray& body, Resp
     }
     if (slot.url != url) {
         slot.url.clear();
-        if (curl_easy_setopt(curl, CURLOPT_URL, url.ToUtf8().c_str()) != CURLE_OK) return 0;
+        if (!slot.address) slot.address = curl_url();
+        // The flags libcurl itself parses a CURLOPT_URL text with, so that any address reads the same.
+        if (!slot.address ||
+            curl_url_set(slot.address, CURLUPART_URL, url.ToUtf8().c_str(),
+                         CURLU_GUESS_SCHEME | CURLU_NON_SUPPORT_SCHEME) != CURLUE_OK ||
+            curl_easy_setopt(curl, CURLOPT_CURLU, slot.address) != CURLE_OK)
+            return 0;
         slot.url = url;
     }
     curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.constData());
