@@ -34,7 +34,8 @@ class HalvexHTTP {
     // paramsInfo, when not empty, is JSON text sent as params' "info" in place of what that member holds:
     // a device description is written as text rather than built as a tree. dataText, when given, receives
     // the text of the reply's data when it came exactly as XJson::Render writes it and is not large, so
-    // that a caller handing the data on as text need not render it; it is left empty otherwise.
+    // that a caller handing the data on as text need not render it; reply's Data() is then left null, and
+    // the text is all there is of the data. It is left empty otherwise, and Data() holds the data.
     static bool POST(HalvexReply* reply, const XString& url, const char* method, XJson params,
                      std::string_view paramsInfo = {}, QByteArray* dataText = nullptr);
     // The enterprise form, to base + path joined with nothing in between.

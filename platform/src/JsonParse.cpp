@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "JsonFastReader.h"
+#include "JsonMemberCut.h"
 #include "pelmor/platform/XString.h"
 
 namespace json = boost::json;
@@ -33,9 +34,6 @@ class TreeBuilder {
     TreeBuilder(const TreeBuilder&) = delete;
     TreeBuilder& operator=(const TreeBuilder&) = delete;
 
-    // Whether an object had a key twice (it then holds fewer members than were read).
-    bool HadDuplicateKeys() const noexcept { return duplicateKeys_; }
-
     // The finished document, once the parser is done.
     json::value Release() noexcept { return json::value(std::move(*begin_)); }
 
@@ -50,7 +48,6 @@ class TreeBuilder {
         // The object's constructor takes the keys and values over and keeps the last of duplicate keys in
         // the first one's place.
         PushMade(json::detail::unchecked_object(top_, n, storage_));
-        if (top_[-1].get_object().size() != n) duplicateKeys_ = true;
         return true;
     }
     bool on_array_end(std::size_t n, json::error_code&) {
@@ -178,7 +175,6 @@ class TreeBuilder {
     char* chars_ = nullptr;
     std::size_t kept_ = 0;
     std::size_t charsCapacity_ = 0;
-    bool duplicateKeys_ = false;
 };
 
 }  // namespace
@@ -188,15 +184,17 @@ json::value ParseJson(json::string_view text, ParseArena*& arena, bool& ok, Json
     ok = false;
     if (readBy) *readBy = reader;
     if (member) member->text = json::string_view();
+    // With a member asked for, the document is built without it where its text can stand for it.
+    CutMember cut;
+    if (member && reader == JsonReader::kFastFirst) cut = CutOutMember(text, member->key);
+    const json::string_view read = cut.value.empty() ? text : json::string_view(cut.rest);
     if (reader == JsonReader::kFastFirst) {
         try {
             TreeBuilder builder(*arena);
-            JsonFastReader<TreeBuilder> fast(builder, text, member ? member->key : json::string_view());
+            JsonFastReader<TreeBuilder> fast(builder, read);
             if (fast.Read()) {
                 ok = true;
-                if (member && fast.Compact() && !builder.HadDuplicateKeys() &&
-                    IsValidUtf8(fast.Watched().data(), fast.Watched().size()))
-                    member->text = fast.Watched();
+                if (member) member->text = cut.value;
                 return builder.Release();
             }
         } catch (const ParseArena::OverBudget&) {

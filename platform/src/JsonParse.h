@@ -19,8 +19,9 @@
 enum class JsonReader { kFastFirst, kGeneral };
 
 // A member of the top-level object, asked for by key: text is where its value lies in the parsed text when
-// that is byte for byte what RenderJson writes of the value, so that it can be handed on as it stands. Left
-// empty otherwise, and whenever the general parser read the text.
+// that is byte for byte what RenderJson writes of the value, so that it can be handed on as it stands. The
+// value is then not built: a null stands in its place in the tree. Left empty otherwise (the tree is then
+// whole), and whenever the general parser read the text.
 struct RenderedMember {
     boost::json::string_view key;
     boost::json::string_view text;

@@ -305,9 +305,7 @@ bool XJson::Parse(const char* text, std::size_t length, std::string_view member,
     if (!text) return Parse(text, length);
     RenderedMember rendered{json::string_view(member.data(), member.size()), json::string_view()};
     const bool ok = ParseInto(JsonValue(*this), json::string_view(text, length), &rendered);
-    // Render writes a null value on its own as {}.
-    if (ok && rendered.text != "null")
-        memberText = std::string_view(rendered.text.data(), rendered.text.size());
+    if (ok) memberText = std::string_view(rendered.text.data(), rendered.text.size());
     return ok;
 }
 

@@ -76,14 +76,15 @@ inline Request MakeRequest(const char* method, DeviceParams params) {
 }  // namespace detail
 
 // build() makes the request, send(reply, request) posts it and says whether a reply document came
-// back, onReply(HalvexReply&) reads the reply and hands it on with Deliver or HandRecord.
+// back, onReply(Reply&) reads the reply and hands it on with Deliver or HandRecord. Reply is HalvexReply or
+// an operation's own kind of it.
 // Running out of memory anywhere in these steps skips the rest and leaves the reply as it stands. A document
 // that came out short is not sent: the service would take it for another request. Host callbacks run only
 // through Deliver and HandRecord, which are noexcept, so that a callback that throws ends the process rather
 // than landing in the handlers here.
-template <typename Build, typename Send, typename OnReply>
+template <typename Reply = HalvexReply, typename Build, typename Send, typename OnReply>
 HalvexReply* Exchange(bool argumentsPresent, Build&& build, Send&& send, OnReply&& onReply) noexcept {
-    HalvexReply* reply = new (std::nothrow) HalvexReply();
+    Reply* reply = new (std::nothrow) Reply();
     if (!reply || !argumentsPresent) return reply;
     try {
         const unsigned long long shortagesBeforeBuilding = Pelmor::MemoryShortages();
@@ -101,10 +102,10 @@ HalvexReply* Exchange(bool argumentsPresent, Build&& build, Send&& send, OnReply
 
 // Standard edition: the method names the operation inside the document, posted to the one address.
 // dataText: as HalvexHTTP::POST's, for an operation that hands the reply's data on as text.
-template <typename Params, typename OnReply>
+template <typename Reply = HalvexReply, typename Params, typename OnReply>
 HalvexReply* Standard(const char* method, bool argumentsPresent, Params&& params, OnReply&& onReply,
                       QByteArray* dataText = nullptr) noexcept {
-    return Exchange(
+    return Exchange<Reply>(
         argumentsPresent, [&] { return detail::MakeRequest(method, params()); },
         [dataText](HalvexReply* reply, Request request) {
             return HalvexHTTP::POST(reply, PelmorSocketHelper::RequestAddress(), request.method,

@@ -40,10 +40,15 @@ bool IsGatewayFailure(int status) {
     return status == 502 || status == 504;
 }
 
+// Data up to this size can be handed on as its text. A larger one is built and rendered afresh after the
+// response is gone, so that its text and its tree never take memory at once.
+constexpr std::size_t kLargestDataText = 256 * 1024;
+
 // The reply document of a body, decoded and decrypted where the body lies: each layer is shorter than
 // the one it comes from and is written over it from the start, so that a reply of any size takes no
 // memory beside its body but its parsed tree. dataText, when given, is set to the document's "data" as it
-// stands in body when that is exactly what rendering it would write (else empty).
+// stands in body when that is exactly what rendering it would write and the document is not large; the
+// data is then not built (null in the document). Else it is empty and the document whole.
 XJson DecryptInPlace(QByteArray& body, std::string_view* dataText = nullptr) {
     if (body.isEmpty()) return XJson();
     char* const bytes = body.data();
@@ -65,10 +70,11 @@ XJson DecryptInPlace(QByteArray& body, std::string_view* dataText = nullptr) {
     if (!XCrypt::BASE64::DecodeInto(data.data(), data.size(), bytes, length)) return XJson();
     if (!XCrypt::AES::CBC::DecryptInPlace(ChannelKey(), ChannelIv(), bytes, length, length)) return XJson();
     XJson document;
-    if (dataText)
-        document.Parse(bytes, TextLength(bytes, length), "data", *dataText);
+    length = TextLength(bytes, length);
+    if (dataText && length <= kLargestDataText)
+        document.Parse(bytes, length, "data", *dataText);
     else
-        document.Parse(bytes, TextLength(bytes, length));
+        document.Parse(bytes, length);
     return document;
 }
 
@@ -116,10 +122,6 @@ XJson HalvexHTTP::Decrypt_BASE64(const QByteArray& body) {
 
 namespace {
 
-// Data up to this size is handed on as its text when it came in the renderer's form. A larger one is
-// rendered afresh after the response is gone, so that the two never take memory at once.
-constexpr std::size_t kLargestDataText = 256 * 1024;
-
 // Sends a request's body and fills reply from what comes back.
 bool Exchange(HalvexReply* reply, const XString& url, const QByteArray& body, QByteArray* dataText) {
     if (body.isEmpty()) {
@@ -140,15 +142,11 @@ bool Exchange(HalvexReply* reply, const XString& url, const QByteArray& body, QB
     }
     response.truncate(
         static_cast<int>(TextLength(response.constData(), static_cast<std::size_t>(response.size()))));
-    XJson answer;
-    try {
-        std::string_view data;
-        answer = DecryptInPlace(response, dataText ? &data : nullptr);  // the response is this call's own
-        if (dataText && !data.empty() && data.size() <= kLargestDataText)
-            *dataText = QByteArray(data.data(), static_cast<int>(data.size()));
-    } catch (...) {
-        if (dataText) dataText->clear();
-    }
+    std::string_view asReceived;
+    XJson answer =
+        DecryptInPlace(response, dataText ? &asReceived : nullptr);  // the response is this call's own
+    // The text is then all there is of the data: running out of memory here ends the exchange.
+    if (!asReceived.empty()) *dataText = QByteArray(asReceived.data(), static_cast<int>(asReceived.size()));
     response.clear();
     if (answer.IsEmpty()) {
         reply->Update(HALVEX_REPLY_DECRYPT_ERROR);

@@ -37,6 +37,7 @@ struct Seen {
     int code = -1;          // the reply's code (-1 without a reply)
     int calls = 0;          // callback calls
     std::string record;     // what the callback was handed, written out
+    std::string data;       // the reply's data written out, where a run reads it and it is not empty
 };
 
 std::string Utf8(const XString& text) {
@@ -160,6 +161,9 @@ class AllocationTorture : public ::testing::Test {
                 ++handedOver;
                 EXPECT_EQ(seen.record, clean.seen.record) << "a callback was handed an incomplete result";
             }
+            if (!seen.data.empty()) {
+                EXPECT_EQ(seen.data, clean.seen.data) << "the reply's data is incomplete";
+            }
             if (seen.code != -1 && seen.code != clean.seen.code) {
                 EXPECT_TRUE(seen.code >= 1 && seen.code <= 5) << "code " << seen.code;
                 EXPECT_EQ(seen.calls, 0) << "a failed exchange reached the callback";
@@ -187,10 +191,17 @@ TEST_F(AllocationTorture, ConfigurationFetch) {
                  R"({"version":"4.2.0","hasUpdate":true,"notice":"维护","switches":[1,2,3]})");
     Torture("configuration fetch", [] {
         Seen seen;
-        Take(_7374312F_0CF9_4A1A_B7C5_2B98C48CA64D([&seen](const QByteArray& configuration) {
-                 AsHost(seen, [&] { seen.record = configuration.toStdString(); });
-             }),
-             seen);
+        HalvexReply* reply = _7374312F_0CF9_4A1A_B7C5_2B98C48CA64D([&seen](const QByteArray& configuration) {
+            AsHost(seen, [&] { seen.record = configuration.toStdString(); });
+        });
+        // The data's tree is built when it is first asked for: short of memory then, it is empty, never part.
+        const std::string data = reply ? reply->Data().ToJson() : std::string();
+        if (data != "{}") {
+            AllocationControl::Pause();  // the host's own copy
+            seen.data = data;
+            AllocationControl::Resume();
+        }
+        Take(reply, seen);
         return seen;
     });
 }

@@ -307,33 +307,48 @@ TEST(JsonParse, FastReaderTakesWhatItReadsExactlyAndNothingElse) {
         EXPECT_FALSE(ReadFast(text)) << text.substr(0, 80);
 }
 
-// The member's text as it stands in the parsed text, or empty: checked against the member's rendered text
-// whenever it is given, since a caller hands it on in place of rendering.
+// The member's text as it stands in the parsed text, or empty. Given, it must be the member's rendered
+// text, and the tree the whole one but for a null in the member's place: a caller hands the text on in place
+// of rendering and reads the rest from the tree. Not given, the tree must be whole.
 std::string TakenMember(const std::string& text) {
     XJson parsed;
     std::string_view member;
     const bool ok = parsed.Parse(text.data(), text.size(), "data", member);
+    XJson whole;
+    EXPECT_EQ(whole.Parse(text), ok) << text;
     EXPECT_TRUE(ok || member.empty()) << text;
     if (!member.empty()) {
-        EXPECT_EQ(std::string(member), parsed.Member("data").ToJson()) << text;
+        EXPECT_EQ(std::string(member), whole.Member("data").ToJson()) << text;
+        EXPECT_TRUE(parsed.Member("data").IsNull()) << text;
+        whole.Take("data");  // leaves a null in its place
     }
+    EXPECT_EQ(parsed.ToJson(), whole.ToJson()) << text;
     return std::string(member);
 }
 
 TEST(JsonParse, MemberIsTakenAsWrittenOnlyWhenThatIsItsRenderedText) {
     const std::string data =
         R"({"a":[1,-2,"x",true,false,null,{},[]],"t":"\u4e2d\n\"\\\b\f\r\t","n":18446744073709551615,)"
-        R"("m":-9223372036854775808})";
+        R"("m":-9223372036854775808,"o":{"k":{"k":1},"j":[{"k":2}],"i":3}})";
     const std::string compact = R"({"code":0,"data":)" + XJson(data).ToJson() + R"(,"msg":"ok"})";
     EXPECT_EQ(TakenMember(compact), XJson(data).ToJson());
     for (const char* taken : {R"({"data":"x"})", R"({"data":false})", R"({"data":{}})", R"({"data":[]})"})
         EXPECT_FALSE(TakenMember(taken).empty()) << taken;
     for (const std::string& written : std::vector<std::string>{
              R"({"data": 1})", R"({"data":1} )", R"({"data":"\/"})", R"({"data":"\u00e9"})", R"({"data":-0})",
-             R"({"data":{"k":1,"k":2}})", R"({"x":{"a":1,"a":2},"data":1})", "{\"data\":\"\xff\"}",
-             R"({"data":1.5})", R"({"x":{"data":1}})", R"({"d\u0061ta":1})", R"([{"data":1}])",
-             R"({"datum":1})", R"({"data":1,"data":2})", R"({"data":null})"})
+             R"({"data":{"k":1,"k":2}})", R"({"data":[{"o":{"k":1,"j":2,"k":3}}]})",
+             R"({"x":{"a":1,"a":2},"data":1})", "{\"data\":\"\xff\"}", R"({"data":1.5})",
+             R"({"x":{"data":1}})", R"({"d\u0061ta":1})", R"([{"data":1}])", R"({"datum":1})",
+             R"({"data":1,"data":2})", R"({"data":null})"})
         EXPECT_TRUE(TakenMember(written).empty()) << written;
+    // Keys that are escaped or too many to keep track of: taken or not, the tree must hold what it should.
+    for (const char* escaped : {R"({"data":{"a\nb":1,"a\nb":2}})", R"({"data":{"\nb":1,"\nb":2}})",
+                                R"({"data":{"\na":1,"\nb":2}})"})
+        TakenMember(escaped);
+    std::string manyKeys = R"({"data":{)";
+    for (int i = 0; i < 70; ++i)
+        manyKeys += (i ? ",\"" : "\"") + std::to_string(i) + "\":" + std::to_string(i);
+    TakenMember(manyKeys + "}}");
     // Whatever a prefix of a document gives must be the rendered text.
     for (std::size_t length = 0; length <= compact.size(); ++length)
         TakenMember(compact.substr(0, length) + "}");

@@ -59,10 +59,11 @@ class PELMOR_PLATFORM_API XJson {
     // Replaces the value with the parsed text; false (and an empty value) when the text is not JSON.
     bool Parse(const std::string& text) noexcept;
     bool Parse(const char* text, std::size_t length) noexcept;
-    // Parse, and where the value of the top-level member named member lies in text, when that is byte for
-    // byte what Render writes of it: a caller that needs the member's text can take it as it stands.
-    // memberText is empty otherwise (for instance when the text has spaces, escapes written another way,
-    // a key twice, invalid UTF-8 or a fraction) and always when the parse failed.
+    // Parse, for a caller that wants the value of the top-level member named member as text. Where that
+    // value is written in text byte for byte as Render writes it, memberText views it there and the value
+    // is not built: the member holds null. Otherwise (for instance when the text has spaces, escapes
+    // written another way, a key twice, invalid UTF-8 or a fraction, or the value is null) memberText is
+    // empty and the whole text is parsed; always empty when the parse failed.
     bool Parse(const char* text, std::size_t length, std::string_view member,
                std::string_view& memberText) noexcept;
 
