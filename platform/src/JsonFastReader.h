@@ -1,6 +1,9 @@
 #pragma once
 
+#include <boost/json/array.hpp>
 #include <boost/json/error.hpp>
+#include <boost/json/object.hpp>
+#include <boost/json/string.hpp>
 #include <boost/json/string_view.hpp>
 
 #include <cstddef>
@@ -20,6 +23,14 @@
 //
 // The general parser can stop at any byte and go on with the next buffer, and pays for that at every
 // token; here the text is all there, so each value is read by one plain loop.
+// The sizes Boost.JSON's containers take, which a handler of the reader or of basic_parser states as its own.
+struct BoostJsonSizeLimits {
+    static constexpr std::size_t max_object_size = boost::json::object::max_size();
+    static constexpr std::size_t max_array_size = boost::json::array::max_size();
+    static constexpr std::size_t max_key_size = boost::json::string::max_size();
+    static constexpr std::size_t max_string_size = boost::json::string::max_size();
+};
+
 template <typename Handler>
 class JsonFastReader {
   public:

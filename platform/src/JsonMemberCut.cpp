@@ -1,9 +1,6 @@
 #include "JsonMemberCut.h"
 
-#include <boost/json/array.hpp>
 #include <boost/json/error.hpp>
-#include <boost/json/object.hpp>
-#include <boost/json/string.hpp>
 
 #include <cstdint>
 #include <cstring>
@@ -21,14 +18,9 @@ namespace {
 // A handler that builds nothing and checks only what a text cannot show of itself: whether an object in it
 // has a key twice. Keys are compared as written, so a key with an escape counts as a repeat, as does any key
 // once too many are open at once to keep track of.
-class KeyRepeatCheck {
+class KeyRepeatCheck : public BoostJsonSizeLimits {
   public:
     explicit KeyRepeatCheck(json::string_view text) noexcept : text_(text) {}
-
-    static constexpr std::size_t max_object_size = json::object::max_size();
-    static constexpr std::size_t max_array_size = json::array::max_size();
-    static constexpr std::size_t max_key_size = json::string::max_size();
-    static constexpr std::size_t max_string_size = json::string::max_size();
 
     bool Repeated() const { return repeated_; }
 
@@ -54,8 +46,10 @@ class KeyRepeatCheck {
         for (std::size_t i = 1; i < n; ++i)
             for (std::size_t j = 0; j < i; ++j)
                 if (keys[i].size == keys[j].size &&
-                    std::memcmp(keys[i].data, keys[j].data, keys[i].size) == 0)
+                    std::memcmp(keys[i].data, keys[j].data, keys[i].size) == 0) {
                     repeated_ = true;
+                    return true;
+                }
         open_ -= n;
         return true;
     }

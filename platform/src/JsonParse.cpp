@@ -18,13 +18,8 @@ namespace {
 // is complete, and an object or array takes its members off the stack in one piece, as Boost.JSON's own
 // parser does. Written here, beside the parser's template, so that the whole parse is one piece of
 // inlined code instead of a call into the library per value.
-class TreeBuilder {
+class TreeBuilder : public BoostJsonSizeLimits {
   public:
-    static constexpr std::size_t max_object_size = json::object::max_size();
-    static constexpr std::size_t max_array_size = json::array::max_size();
-    static constexpr std::size_t max_key_size = json::string::max_size();
-    static constexpr std::size_t max_string_size = json::string::max_size();
-
     explicit TreeBuilder(ParseArena& arena) noexcept : arena_(arena), storage_(&arena) {}
     ~TreeBuilder() {
         // The values themselves live in the arena and go with it; only the stack's blocks are let go.
